@@ -1,0 +1,54 @@
+# Front door of the build. Every command in the README goes through here.
+#   make test            build and run every host test
+#   make test-arm64      cross-build for aarch64 and run the tests under qemu
+#   make test-sanitize   run the tests under AddressSanitizer + UndefinedBehaviorSanitizer
+#   make bench           build and run the benchmarks
+JOBS ?= $(shell nproc)
+GEN := $(shell command -v ninja >/dev/null 2>&1 && echo "-G Ninja")
+CTEST := ctest --output-on-failure -j $(JOBS)
+
+.PHONY: all deps deps-arm64 build test test-arm64 test-sanitize bench clean
+
+all: build
+
+deps:
+	@bash cmake/install-deps.sh host
+
+deps-arm64:
+	@bash cmake/install-deps.sh arm64
+
+build/host/CMakeCache.txt: | deps
+	cmake -S . -B build/host $(GEN) -DCMAKE_BUILD_TYPE=RelWithDebInfo
+
+build: deps build/host/CMakeCache.txt
+	cmake --build build/host -j $(JOBS)
+
+test: build
+	cd build/host && $(CTEST)
+
+build/arm64/CMakeCache.txt: | deps-arm64
+	cmake -S . -B build/arm64 $(GEN) -DCMAKE_BUILD_TYPE=RelWithDebInfo \
+	  -DCMAKE_TOOLCHAIN_FILE=$(CURDIR)/cmake/aarch64-linux-gnu.cmake -DZE_BUILD_TOOLS=OFF
+
+test-arm64: deps-arm64 build/arm64/CMakeCache.txt
+	cmake --build build/arm64 -j $(JOBS)
+	cd build/arm64 && $(CTEST)
+
+build/asan/CMakeCache.txt: | deps
+	cmake -S . -B build/asan $(GEN) -DCMAKE_BUILD_TYPE=Debug -DZE_SANITIZE=address,undefined \
+	  -DCMAKE_C_COMPILER=clang -DCMAKE_CXX_COMPILER=clang++
+
+test-sanitize: deps build/asan/CMakeCache.txt
+	cmake --build build/asan -j $(JOBS)
+	cd build/asan && ASAN_OPTIONS=detect_leaks=1:abort_on_error=1 \
+	  UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 $(CTEST)
+
+build/bench/CMakeCache.txt: | deps
+	cmake -S . -B build/bench $(GEN) -DCMAKE_BUILD_TYPE=Release -DZE_BUILD_BENCH=ON -DZE_BUILD_TESTS=OFF
+
+bench: deps build/bench/CMakeCache.txt
+	cmake --build build/bench -j $(JOBS)
+	@for b in build/bench/bench/bench_*; do [ -x "$$b" ] && "$$b"; done
+
+clean:
+	rm -rf build

@@ -1,0 +1,71 @@
+/*
+ * ZeLut3D.h - recolour NV12/NV21 frames through a 3D colour look-up table.
+ *
+ * Compiles as C99 and as C++. Typical use:
+ *
+ *   Lut3DTable*  table  = ZecLut3DLoadTableFromFile("/sdcard/looks/warm.lut");
+ *   Lut3DEffect* effect = ZecLut3DCreateEffect(0);          // one worker per CPU
+ *   Lut3DFrame src = { y, uv, NULL, yStride, uvStride };
+ *   if (!ZecLut3DRenderEffect(effect, table, &src, &src,    // in place
+ *                             0, 1, 0, width, height, 0))   // NV12, BT.709, video
+ *       handle_refusal();
+ *   ZecLut3DDestroyEffect(effect);
+ *   ZecLut3DDestroyTable(table);
+ *
+ * Handles are opaque and owned by the library until their destroy function.
+ * A table is immutable and may be shared by any number of effects and threads;
+ * one effect renders one frame at a time.
+ */
+#ifndef ZELUT3D_H
+#define ZELUT3D_H
+
+#include <stdint.h>
+
+#include "ZeGlobal.h"
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+typedef struct Lut3DTable Lut3DTable;
+typedef struct Lut3DEffect Lut3DEffect;
+
+/* One frame of the host. Strides are in bytes and may be negative (bottom-up
+ * frames) for effects rendering on the caller's thread. */
+typedef struct Lut3DFrame {
+    uint8_t* lumaPlane;   /* first Y byte of row 0 */
+    uint8_t* chromaPlane; /* first byte of interleaved chroma row 0 (UV for NV12, VU for NV21) */
+    void* thirdPlane;     /* not read */
+    int32_t lumaStride;
+    int32_t chromaStride;
+} Lut3DFrame;
+
+/* Loads a table from a LUT file (path in UTF-8). Returns NULL when the file
+ * cannot be read, is malformed, is not three-dimensional or not 8-bit. */
+ZE_EXPORT Lut3DTable* ZecLut3DLoadTableFromFile(const char* path);
+
+/* Frees a table. NULL is ignored. No render may be using it. */
+ZE_EXPORT void ZecLut3DDestroyTable(Lut3DTable* table);
+
+/* Creates an effect. threadCount 1 renders on the calling thread, 0 uses one
+ * worker per online processor, n >= 2 uses exactly n workers. Never NULL. */
+ZE_EXPORT Lut3DEffect* ZecLut3DCreateEffect(uint32_t threadCount);
+
+/* Stops the effect's workers and frees it. NULL is ignored. */
+ZE_EXPORT void ZecLut3DDestroyEffect(Lut3DEffect* effect);
+
+/* Renders source into destination (they may be the same frame).
+ * pixelFormat: 0 NV12, 1 NV21. colourMatrix: 0 BT.601, other BT.709.
+ * range: 0 video range, other full range. reserved: ignored.
+ * Returns 1 when the frame was rendered, 0 when it was refused (the
+ * destination is then untouched). */
+ZE_EXPORT int32_t ZecLut3DRenderEffect(Lut3DEffect* effect, Lut3DTable* table, Lut3DFrame* source,
+                                       Lut3DFrame* destination, uint32_t pixelFormat,
+                                       uint32_t colourMatrix, int32_t range, uint32_t width,
+                                       int32_t height, int32_t reserved);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif /* ZELUT3D_H */

@@ -1,0 +1,133 @@
+#include "lut/Lut3DTableBuilder.h"
+
+#include <cmath>
+#include <cstring>
+#include <new>
+
+#include "lut/Lut3DMemory.h"
+
+namespace {
+
+constexpr float kUniformTolerance = 0.001953125f; // 1/512
+
+// Levels evenly spaced from 0 to 1 within the tolerance. One level can never
+// be near both ends, so N = 1 is never uniform.
+bool levelsAreUniform(const float* levels, uint32_t n)
+{
+    if (std::fabs(levels[0]) > kUniformTolerance)
+        return false;
+    if (std::fabs(levels[n - 1] - 1.0f) > kUniformTolerance)
+        return false;
+    if (n < 2)
+        return true;
+    float smallest = levels[1] - levels[0];
+    float largest = smallest;
+    for (uint32_t i = 2; i < n; ++i) {
+        const float d = levels[i] - levels[i - 1];
+        if (d < smallest)
+            smallest = d;
+        else if (d > largest)
+            largest = d;
+    }
+    return !(largest - smallest > kUniformTolerance);
+}
+
+// Fraction in 1/128 of the way from level j-1 to level j. Along the walk x
+// always lies strictly above level j-1 and at or below level j, so the
+// quotient is in (0, 1] and the result in 0..128. Infinite levels can still
+// make it NaN; that counts as 0 so that the kernel's weights stay valid.
+uint8_t fractionOf(float x, float below, float above)
+{
+    const float f = (x - below) / (above - below) * 128.0f;
+    if (!(f >= 0.0f))
+        return 0;
+    if (f >= 128.0f)
+        return 128;
+    return static_cast<uint8_t>(f);
+}
+
+} // namespace
+
+bool Lut3DBuildGrid(Lut3DTable* table, uint32_t n, const uint8_t* entries)
+{
+    const uint64_t side = n + 1;
+    table->rowStride = 4 * side;
+    table->planeStride = 4 * side * side;
+    table->grid = static_cast<uint8_t*>(Lut3DAlignedAlloc(table->planeStride * side));
+    if (!table->grid)
+        return false;
+    const uint8_t* entry = entries;
+    for (uint32_t r = 0; r < n; ++r) {
+        for (uint32_t g = 0; g < n; ++g) {
+            uint8_t* cell = table->grid + r * table->planeStride + g * table->rowStride;
+            for (uint32_t b = 0; b < n; ++b, entry += 3, cell += 4)
+                std::memcpy(cell, entry, 3);
+        }
+    }
+    return true;
+}
+
+bool Lut3DBuildIndexTable(Lut3DTable* table, const float* levels, uint32_t n)
+{
+    uint8_t* index = static_cast<uint8_t*>(Lut3DAlignedAlloc(512));
+    table->indexTable = index;
+    if (!index)
+        return false;
+    table->uniform = levelsAreUniform(levels, n) ? 1 : 0;
+
+    uint32_t j = 0;
+    for (uint32_t v = 0; v < 256; ++v) {
+        const float x = static_cast<float>(v) / 255.0f;
+        bool pastLast = false;
+        while (x > levels[j]) {
+            if (j == n - 1) {
+                pastLast = true;
+                break;
+            }
+            ++j;
+        }
+        if (pastLast) {
+            for (; v < 256; ++v) {
+                index[2 * v] = static_cast<uint8_t>(n - 1);
+                index[2 * v + 1] = 0;
+            }
+            break;
+        }
+        if (x == levels[j]) {
+            index[2 * v] = static_cast<uint8_t>(j);
+            index[2 * v + 1] = 0;
+        } else if (j > 0) {
+            index[2 * v] = static_cast<uint8_t>(j - 1);
+            index[2 * v + 1] = fractionOf(x, levels[j - 1], levels[j]);
+        } else {
+            index[2 * v] = 0;
+            index[2 * v + 1] = 0;
+        }
+    }
+    return true;
+}
+
+Lut3DTable* Lut3DTableCreate(const float* levels, uint32_t n, const uint8_t* entries)
+{
+    if (n == 0 || n > kLut3DMaxLevels || !levels || !entries)
+        return nullptr;
+    Lut3DTable* table = new (std::nothrow) Lut3DTable{};
+    if (!table)
+        return nullptr;
+    if (!Lut3DBuildGrid(table, n, entries) || !Lut3DBuildIndexTable(table, levels, n)) {
+        Lut3DTableFree(table);
+        return nullptr;
+    }
+    return table;
+}
+
+void Lut3DTableFree(Lut3DTable* table)
+{
+    if (!table)
+        return;
+    Lut3DAlignedFree(table->indexTable);
+    table->indexTable = nullptr;
+    Lut3DAlignedFree(table->grid);
+    table->grid = nullptr;
+    delete table;
+}

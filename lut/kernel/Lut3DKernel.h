@@ -1,0 +1,63 @@
+/*
+ * Row-pair kernel of the LUT effect.
+ *
+ * A row pair is converted NV12/NV21 -> RGB (fixed point), looked up in the
+ * table's grid with trilinear interpolation, and converted back to two luma
+ * rows and one 2x2-subsampled chroma row. The three steps are separate
+ * functions per instruction set with identical signatures and identical
+ * results, collected in a Lut3DKernelOps table:
+ *
+ *   const Lut3DKernelOps* ops = Lut3DKernelActive();      // chosen once
+ *   Lut3DKernelRowPair(ops, effect, sy0, sy1, suv, dy0, dy1, duv, isNV21);
+ *
+ * The portable reference (Lut3DKernelC.cpp) mimics 16-bit vector lanes
+ * exactly and is the oracle every other variant is tested against.
+ */
+#ifndef LUT3DKERNEL_H
+#define LUT3DKERNEL_H
+
+#include <cstdint>
+
+#include "lut/Lut3DTypes.h"
+
+struct Lut3DKernelOps {
+    const char* name;
+    // count pixels (a multiple of 8) of two luma rows and their chroma row to
+    // two RGB triple buffers. Reads exactly count bytes of each input row.
+    void (*yuvToRgb)(const Lut3DConstants* k, const uint8_t* y0, const uint8_t* y1,
+                     const uint8_t* uv, int isNV21, uint8_t* rgb0, uint8_t* rgb1, uint32_t count);
+    // Recolours count RGB triples (a multiple of 8) in place through the grid.
+    void (*gridLookup)(const Lut3DConstants* k, const Lut3DTable* table, uint8_t* rgb,
+                       uint32_t count);
+    // count pixels (a multiple of 8) of two RGB buffers to two luma rows and
+    // one chroma row. Writes exactly count bytes of each output row.
+    void (*rgbToYuv)(const Lut3DConstants* k, const uint8_t* rgb0, const uint8_t* rgb1,
+                     uint8_t* y0, uint8_t* y1, uint8_t* uv, int isNV21, uint32_t count);
+};
+
+enum class Lut3DKernelVariant { Reference, SSE41, AVX2, NEON };
+
+// The variant used for rendering, chosen on first use (thread-safe).
+const Lut3DKernelOps* Lut3DKernelActive();
+
+// A named variant, or null when this CPU or build cannot run it. Tests and
+// benchmarks use this to compare variants.
+const Lut3DKernelOps* Lut3DKernelGet(Lut3DKernelVariant variant);
+
+extern const Lut3DKernelOps kLut3DKernelReference;
+
+// Fills the constants block from the colour matrix (0 BT.601, other BT.709),
+// the range (0 video, other full; luma offset 0 only for exactly 1) and the
+// table. The grid scale is written only for uniform tables.
+void Lut3DBuildConstants(Lut3DConstants* k, const Lut3DTable* table, uint32_t colourMatrix,
+                         int32_t range);
+
+// Processes one row pair of effect->width pixels. For a lone last row the
+// same row is passed as row 0 and row 1. Source and destination may be the
+// same frame: each span of columns is read and converted whole before any of
+// it is written.
+void Lut3DKernelRowPair(const Lut3DKernelOps* ops, const Lut3DEffect* effect,
+                        const uint8_t* srcY0, const uint8_t* srcY1, const uint8_t* srcUV,
+                        uint8_t* dstY0, uint8_t* dstY1, uint8_t* dstUV, bool isNV21);
+
+#endif // LUT3DKERNEL_H
