@@ -20,6 +20,9 @@
 
 #include "ZeGlobal.h"
 
+// One thread's value for one storage; defined inside the library.
+struct CZeStorageSlot;
+
 class ZE_EXPORT CZeThreadStorage {
 public:
     explicit CZeThreadStorage(void (*destructor)(void*));
@@ -36,7 +39,7 @@ public:
     int id() const { return m_id; }
 
     // Destroys one thread's values, highest id first; run when a thread ends.
-    static void finish(std::vector<void*>& tls);
+    static void finish(std::vector<CZeStorageSlot>& tls);
 
 private:
     int m_id;

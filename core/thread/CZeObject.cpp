@@ -126,8 +126,8 @@ void CZeObjectPrivate::releaseTimers()
         return;
     if (CZeThreadData* data = threadData.load())
         data->timerList->unregisterTimers(q);
-    for (int32_t id : extraData->runningTimers)
-        releaseTimerId(id);
+    for (const CZeRunningTimer& t : extraData->runningTimers)
+        releaseTimerId(t.id);
     extraData->runningTimers.clear();
 }
 
@@ -228,8 +228,8 @@ void CZeObjectPrivate::sendPostedEvents(CZeObject* receiver, int eventType, CZeT
         }
         delete pe.event;
         lock.lock();
-        followShift();
-        ++i;
+        if (followShift())
+            ++i; // otherwise the walk's next entry is now the front one
     }
 
     --data->recursion;
@@ -482,7 +482,7 @@ int CZeObject::startTimer(int interval)
     if (!id)
         return 0;
     data->timerList->registerTimer(id, interval, this);
-    d_ptr->ensureExtraData()->runningTimers.push_back(id);
+    d_ptr->ensureExtraData()->runningTimers.push_back(CZeRunningTimer{id});
     return id;
 }
 
@@ -495,8 +495,9 @@ void CZeObject::killTimer(int id)
     }
     if (id == 0 || !d_ptr->extraData)
         return;
-    std::vector<int32_t>& running = d_ptr->extraData->runningTimers;
-    auto it = std::find(running.begin(), running.end(), id);
+    std::vector<CZeRunningTimer>& running = d_ptr->extraData->runningTimers;
+    auto it = std::find_if(running.begin(), running.end(),
+                           [id](const CZeRunningTimer& t) { return t.id == id; });
     if (it == running.end()) {
         ZE_LOGGER.warning("CZeObject::killTimer(): Error: timer id %d is not valid for object %p "
                           "(%s), timer has not been killed",

@@ -13,8 +13,14 @@
 
 class CZeThreadData;
 
+// A timer id in an object's list (a type of the library's own, so that the
+// list's template code is not exported).
+struct CZeRunningTimer {
+    int32_t id;
+};
+
 struct CZeObjectExtraData {
-    std::vector<int32_t> runningTimers; // in start order
+    std::vector<CZeRunningTimer> runningTimers; // in start order
 };
 
 class CZeObjectPrivate {

@@ -26,6 +26,13 @@
 
 class CZeTimerInfoList;
 
+// The element types of the private containers are the library's own (and so
+// hidden) types: the containers' template code then stays out of the shared
+// library's exports.
+struct CZeStorageSlot {
+    void* value;
+};
+
 struct CZePostEvent {
     CZeObject* receiver;
     CZeEvent* event; // null: removed entry, skipped and compacted later
@@ -59,7 +66,7 @@ public:
     std::mutex mutex;               // the queue's: postedEvents, recursion, counters
     std::atomic<CZeThread*> thread{nullptr};
     pthread_t threadId{};
-    std::vector<void*> tls;
+    std::vector<CZeStorageSlot> tls;
     uint8_t isAdopted = 0;
     CZeTimerInfoList* timerList;
     uint8_t inExec = 0;

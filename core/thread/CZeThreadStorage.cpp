@@ -16,9 +16,13 @@ namespace {
 
 using Destructor = void (*)(void*);
 
+struct DestructorEntry {
+    Destructor function; // null marks a free id
+};
+
 struct DestructorTable {
     std::mutex mutex;
-    std::vector<Destructor> destructors; // by id; null marks a free id
+    std::vector<DestructorEntry> destructors; // by id
 };
 
 // Null before first use, kTableDestroyed after process exit, else the table.
@@ -45,16 +49,16 @@ void keepValue(void*) {}
 Destructor destructorOf(DestructorTable* t, size_t id)
 {
     std::lock_guard<std::mutex> lock(t->mutex);
-    return id < t->destructors.size() ? t->destructors[id] : nullptr;
+    return id < t->destructors.size() ? t->destructors[id].function : nullptr;
 }
 
 // Grows the slot vector to cover id; false when that fails.
-bool cover(std::vector<void*>& tls, size_t id)
+bool cover(std::vector<CZeStorageSlot>& tls, size_t id)
 {
     if (id < tls.size())
         return true;
     try {
-        tls.resize(id + 1, nullptr);
+        tls.resize(id + 1, CZeStorageSlot{nullptr});
     } catch (...) {
         return false;
     }
@@ -78,17 +82,17 @@ CZeThreadStorage::CZeThreadStorage(void (*destructor)(void*)) : m_id(-1)
     if (!t)
         return;
     std::lock_guard<std::mutex> lock(t->mutex);
-    std::vector<Destructor>& d = t->destructors;
+    std::vector<DestructorEntry>& d = t->destructors;
     size_t id = 0;
-    while (id < d.size() && d[id])
+    while (id < d.size() && d[id].function)
         ++id;
     try {
         if (id == d.size())
-            d.push_back(nullptr);
+            d.push_back(DestructorEntry{nullptr});
     } catch (...) {
         return;
     }
-    d[id] = destructor ? destructor : keepValue;
+    d[id].function = destructor ? destructor : keepValue;
     m_id = static_cast<int>(id);
 }
 
@@ -99,7 +103,7 @@ CZeThreadStorage::~CZeThreadStorage()
         return;
     std::lock_guard<std::mutex> lock(t->mutex);
     if (static_cast<size_t>(m_id) < t->destructors.size())
-        t->destructors[static_cast<size_t>(m_id)] = nullptr;
+        t->destructors[static_cast<size_t>(m_id)].function = nullptr;
 }
 
 void** CZeThreadStorage::get() const
@@ -112,9 +116,9 @@ void** CZeThreadStorage::get() const
     if (m_id < 0)
         return nullptr;
     const size_t id = static_cast<size_t>(m_id);
-    std::vector<void*>& tls = data->tls;
+    std::vector<CZeStorageSlot>& tls = data->tls;
     if (id < tls.size())
-        return tls[id] ? &tls[id] : nullptr;
+        return tls[id].value ? &tls[id].value : nullptr;
     cover(tls, id);
     return nullptr;
 }
@@ -129,32 +133,32 @@ void** CZeThreadStorage::set(void* p)
     if (m_id < 0)
         return nullptr;
     const size_t id = static_cast<size_t>(m_id);
-    std::vector<void*>& tls = data->tls;
+    std::vector<CZeStorageSlot>& tls = data->tls;
     if (!cover(tls, id))
         return nullptr;
 
-    if (tls[id]) {
+    if (tls[id].value) {
         if (DestructorTable* t = table()) {
             const Destructor destructor = destructorOf(t, id);
-            void* old = tls[id];
-            tls[id] = nullptr;
+            void* old = tls[id].value;
+            tls[id].value = nullptr;
             // May call set() on other storages and so move the vector.
             if (destructor)
                 destructor(old);
         }
     }
-    tls[id] = p;
-    return &tls[id];
+    tls[id].value = p;
+    return &tls[id].value;
 }
 
-void CZeThreadStorage::finish(std::vector<void*>& tls)
+void CZeThreadStorage::finish(std::vector<CZeStorageSlot>& tls)
 {
     if (!table())
         return;
     while (!tls.empty()) {
-        void* value = tls.back();
+        void* value = tls.back().value;
         const size_t id = tls.size() - 1;
-        tls.back() = nullptr;
+        tls.back().value = nullptr;
         tls.pop_back();
         if (!value)
             continue;

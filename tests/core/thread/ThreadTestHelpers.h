@@ -86,7 +86,11 @@ public:
     CZeObjectPrivate* d() const { return CZeObjectPrivate::get(this); }
     std::vector<int32_t> runningTimers() const
     {
-        return d()->extraData ? d()->extraData->runningTimers : std::vector<int32_t>();
+        std::vector<int32_t> ids;
+        if (d()->extraData)
+            for (const CZeRunningTimer& t : d()->extraData->runningTimers)
+                ids.push_back(t.id);
+        return ids;
     }
 
 protected:
