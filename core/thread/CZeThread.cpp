@@ -66,7 +66,7 @@ CZeThreadPrivate::~CZeThreadPrivate()
 void* CZeThreadPrivate::threadEntry(void* arg)
 {
     CZeThread* thread = static_cast<CZeThread*>(arg);
-    pthread_cleanup_push(CZeThreadPrivate::finish, thread);
+    pthread_cleanup_push(CZeThreadPrivate::finishStarted, thread);
     {
         CZeThreadPrivate* d = get(thread);
         std::lock_guard<std::mutex> lock(d->mutex);
@@ -74,7 +74,7 @@ void* CZeThreadPrivate::threadEntry(void* arg)
             d->priority &= 0x7FFFFFFF;
         d->data->threadId = pthread_self();
         CZeThreadData::setCurrent(d->data);
-        d->data->ref(); // the running thread's reference, dropped when it exits
+        d->data->ref(); // the running thread's reference, dropped by its finish steps
     }
     setSystemThreadName(thread);
     thread->run();
@@ -82,9 +82,13 @@ void* CZeThreadPrivate::threadEntry(void* arg)
     return nullptr;
 }
 
-void CZeThreadPrivate::finish(void* arg)
+void CZeThreadPrivate::finishStarted(void* arg)
 {
-    CZeThread* thread = static_cast<CZeThread*>(arg);
+    finish(static_cast<CZeThread*>(arg), true);
+}
+
+void CZeThreadPrivate::finish(CZeThread* thread, bool releaseRunningReference)
+{
     CZeThreadPrivate* d = get(thread);
     {
         std::lock_guard<std::mutex> lock(d->mutex);
@@ -94,14 +98,29 @@ void CZeThreadPrivate::finish(void* arg)
     CZeThreadData* data = d->data;
     CZeObjectPrivate::sendPostedEvents(nullptr, CZeEvent::DeferredDelete, data, nullptr);
     CZeThreadStorage::finish(data->tls);
+    if (releaseRunningReference)
+        CZeThreadData::setCurrent(nullptr);
 
-    std::lock_guard<std::mutex> lock(d->mutex);
-    d->isInFinish = 0;
-    d->running = 0;
-    d->finished = 1;
-    // From here on a waiter may destroy the thread object: nothing of it is
-    // touched after this lock is released (the mutex itself lives in the data).
-    d->threadDone.notify_all();
+    bool lastReference = false;
+    {
+        std::lock_guard<std::mutex> lock(d->mutex);
+        d->isInFinish = 0;
+        d->running = 0;
+        d->finished = 1;
+        // From here on a waiter may destroy the thread object: nothing of it
+        // is touched after this lock is released.
+        d->threadDone.notify_all();
+        if (releaseRunningReference) {
+            // While the lock is held the thread object, and with it the
+            // private part's reference, still exists; the count can only
+            // reach zero here if the object was destroyed while running.
+            lastReference = data->refCount.load() == 1;
+            if (!lastReference)
+                data->deref();
+        }
+    }
+    if (lastReference)
+        data->deref();
 }
 
 // ---- CZeAdoptedThread ------------------------------------------------------

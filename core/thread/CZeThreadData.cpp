@@ -28,9 +28,10 @@ void deleteKey()
         pthread_key_delete(g_key);
 }
 
-// Runs for every thread that has data when it exits. The system has already
-// cleared the key; it is put back so that the finish steps and destructors
-// that run now still find the thread's data.
+// Runs for every thread that has data when it exits: adopted threads (threads
+// started by CZeThread release their data in their finish steps and leave the
+// key empty). The system has already cleared the key; it is put back so that
+// the finish steps and destructors that run now still find the thread's data.
 void destroyCurrentThreadData(void* p)
 {
     CZeThreadData* data = static_cast<CZeThreadData*>(p);
@@ -39,7 +40,7 @@ void destroyCurrentThreadData(void* p)
         return;
     pthread_setspecific(g_key, data);
     if (data->isAdopted && thread) {
-        CZeThreadPrivate::finish(thread);
+        CZeThreadPrivate::finish(thread, false);
         delete thread; // drops the references of its private part and object base
     }
     pthread_setspecific(g_key, nullptr);

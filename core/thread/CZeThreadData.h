@@ -100,8 +100,14 @@ public:
 
     // Entry of the system thread (argument: the CZeThread).
     static void* threadEntry(void* arg);
-    // The finish steps of a CZeThread thread or an adopted thread.
-    static void finish(void* arg);
+    // The finish steps of an adopted thread, or of a CZeThread thread when
+    // releaseRunningReference is set: that thread also gives up its own
+    // reference to its data and leaves its key empty, so that the data is
+    // released by the time wait() returns (its system thread may still be
+    // winding down then).
+    static void finish(CZeThread* thread, bool releaseRunningReference);
+    // Clean-up handler of a CZeThread thread (argument: the CZeThread).
+    static void finishStarted(void* arg);
 
     CZeThreadData* data;
     std::mutex& mutex;              // guards everything below
