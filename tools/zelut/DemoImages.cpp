@@ -50,28 +50,31 @@ double smoothstep(double e0, double e1, double x)
 Rgb grade(Rgb in)
 {
     const double pi = 3.14159265358979323846;
-    // Contrast: an S-curve through 0, 0.5 and 1 that stays monotonic.
-    auto curve = [pi](double x) { return x - 0.055 * std::sin(2.0 * pi * x); };
-    Rgb c{curve(in.r), curve(in.g), curve(in.b)};
-    const double luma = 0.2126 * c.r + 0.7152 * c.g + 0.0722 * c.b;
+    // Contrast: an S-curve through 0, 0.5 and 1 (monotonic) applied to luma
+    // and added to every channel alike, so that hues do not drift.
+    auto curve = [pi](double x) { return x - 0.06 * std::sin(2.0 * pi * x); };
+    const double luma0 = 0.2126 * in.r + 0.7152 * in.g + 0.0722 * in.b;
+    const double lift = curve(luma0) - luma0;
+    Rgb c{in.r + lift, in.g + lift, in.b + lift};
+    const double luma = luma0 + lift;
 
     // Skin-like hues (orange-red, moderately saturated) get a third of the tint.
     const double maxc = std::max({in.r, in.g, in.b}), minc = std::min({in.r, in.g, in.b});
     const double sat = maxc > 0.0 ? (maxc - minc) / maxc : 0.0;
     const bool warmOrder = in.r >= in.g && in.g >= in.b;
     const double skin = warmOrder ? smoothstep(0.05, 0.2, sat) * (1.0 - smoothstep(0.55, 0.8, sat)) : 0.0;
-    const double tint = 1.0 - 0.65 * skin;
+    const double tint = 1.0 - 0.8 * skin;
 
     // Split toning: teal into the shadows, amber into the highlights.
     const double shadows = (1.0 - smoothstep(0.0, 0.55, luma)) * tint;
     const double highlights = smoothstep(0.45, 1.0, luma) * tint;
-    c.r += -0.045 * shadows + 0.06 * highlights;
+    c.r += -0.045 * shadows + 0.045 * highlights;
     c.g += 0.015 * shadows + 0.02 * highlights;
-    c.b += 0.05 * shadows - 0.07 * highlights;
+    c.b += 0.05 * shadows - 0.055 * highlights;
 
-    // Saturation up by 12 %, around the pixel's own luma.
+    // Saturation up by 12 % (3 % on skin), around the pixel's own luma.
     const double l2 = 0.2126 * c.r + 0.7152 * c.g + 0.0722 * c.b;
-    const double s = 1.12;
+    const double s = 1.12 - 0.09 * skin;
     return {l2 + (c.r - l2) * s, l2 + (c.g - l2) * s, l2 + (c.b - l2) * s};
 }
 
