@@ -55,17 +55,21 @@ private:
     double m_lastDraw = -1.0;
 };
 
-void applyPng(Lut3DEffect* effect, Lut3DTable* table, const RenderSettings& settings,
-              const std::string& in, const std::string& out)
+// Input problems are reported before the table is loaded: they are the
+// likelier mistake and cost nothing to find.
+void applyPng(const std::string& lut, const RenderSettings& settings, const std::string& in,
+              const std::string& out)
 {
     RgbImage image;
     std::string error;
     if (!readPng(in, image, error))
         fail(error);
+    const TablePtr table = loadTable(lut);
+    const EffectPtr effect(ZecLut3DCreateEffect(settings.threads));
     YuvFrame frame(image.width, image.height);
     rgbToYuv(image.pixels.data(), image.channels(), image.rowBytes(), settings.matrix,
              settings.range, settings.nv21, frame);
-    renderFrame(effect, table, settings, frame, frame);
+    renderFrame(effect.get(), table.get(), settings, frame, frame);
     yuvToRgb(frame, settings.matrix, settings.range, settings.nv21, image.pixels.data(),
              image.channels(), image.rowBytes());
     if (!writePng(out, image, error))
@@ -74,8 +78,8 @@ void applyPng(Lut3DEffect* effect, Lut3DTable* table, const RenderSettings& sett
                 settings.describe().c_str());
 }
 
-void applyRaw(Lut3DEffect* effect, Lut3DTable* table, const RenderSettings& settings,
-              const std::string& in, const std::string& out, uint32_t width, uint32_t height)
+void applyRaw(const std::string& lut, const RenderSettings& settings, const std::string& in,
+              const std::string& out, uint32_t width, uint32_t height)
 {
     std::FILE* input = std::fopen(in.c_str(), "rb");
     if (!input)
@@ -94,6 +98,8 @@ void applyRaw(Lut3DEffect* effect, Lut3DTable* table, const RenderSettings& sett
         fail(in + ": " + std::to_string(size) + " bytes are not a whole number of " + sizeText
              + " frames (" + std::to_string(frameBytes) + " bytes each); check --size");
     const uint64_t frames = size / frameBytes;
+    const TablePtr table = loadTable(lut);
+    const EffectPtr effect(ZecLut3DCreateEffect(settings.threads));
 
     ReplacingFile output(out);
     std::string error;
@@ -107,7 +113,7 @@ void applyRaw(Lut3DEffect* effect, Lut3DTable* table, const RenderSettings& sett
         if (std::fread(source.bytes.data(), 1, frameBytes, input) != frameBytes)
             fail(in + ": read failed at frame " + std::to_string(i + 1));
         const auto renderStart = std::chrono::steady_clock::now();
-        renderFrame(effect, table, settings, source, rendered);
+        renderFrame(effect.get(), table.get(), settings, source, rendered);
         renderSeconds += secondsSince(renderStart);
         if (!output.write(rendered.bytes.data(), frameBytes, error))
             fail(error);
@@ -152,11 +158,9 @@ int runApply(const Args& args)
             usageError("raw frames need --size WxH");
         parseSize(a.value("--size"), width, height);
     }
-    const TablePtr table = loadTable(a.value("--lut"));
-    const EffectPtr effect(ZecLut3DCreateEffect(settings.threads));
     if (png)
-        applyPng(effect.get(), table.get(), settings, in, out);
+        applyPng(a.value("--lut"), settings, in, out);
     else
-        applyRaw(effect.get(), table.get(), settings, in, out, width, height);
+        applyRaw(a.value("--lut"), settings, in, out, width, height);
     return 0;
 }

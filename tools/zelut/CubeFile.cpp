@@ -96,7 +96,8 @@ private:
     {
         const size_t found = tokens.size() - first;
         if (found != count)
-            return refuse(line, what + " expects " + std::to_string(count) + " numbers, found "
+            return refuse(line, what + " expects " + std::to_string(count)
+                                    + (count == 1 ? " number, found " : " numbers, found ")
                                     + std::to_string(found));
         for (size_t i = 0; i < count; ++i)
             if (!parseNumber(tokens[first + i], out[i]))

@@ -138,9 +138,13 @@ TablePtr loadTable(const std::string& path)
     clearLibraryMessages();
     TablePtr table(ZecLut3DLoadTableFromFile(path.c_str()));
     if (!table) {
-        std::string bytes, ignored;
+        // The library names most problems itself; for the ones it refuses
+        // silently, the tool's own reading of the file gives the reason.
+        std::string bytes, readError;
         std::string reason = "refused by the library";
-        if (readWholeFile(path, bytes, ignored)) {
+        if (!readWholeFile(path, bytes, readError)) {
+            reason = readError.substr(path.size() + 2);
+        } else {
             const std::string problem = lutFileProblem(bytes);
             if (!problem.empty())
                 reason = problem;
