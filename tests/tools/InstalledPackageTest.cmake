@@ -34,16 +34,26 @@ endforeach()
 get_filename_component(libdir ${library} DIRECTORY)
 get_filename_component(pcdir ${pcfile} DIRECTORY)
 
+# A consumer of an instrumented library is built with the same sanitizers.
+# Clang keeps the C++ parts of their runtime out of a C program's link unless
+# asked; the library's C++ code needs them.
 set(flags "")
+set(cxx_runtime "")
+set(link_cxx_runtime OFF)
 if(SANITIZE)
   set(flags "-fsanitize=${SANITIZE}")
+  if(C_COMPILER MATCHES "clang")
+    set(cxx_runtime -fsanitize-link-c++-runtime -lstdc++)
+    set(link_cxx_runtime ON)
+  endif()
 endif()
 
 # With the CMake package.
 run("configuring the consumer with find_package"
   ${CMAKE_COMMAND} -S ${CONSUMER_DIR} -B ${WORK_DIR}/cmake-build -G ${GENERATOR}
   -DCMAKE_PREFIX_PATH=${prefix} -DCMAKE_C_COMPILER=${C_COMPILER}
-  -DCMAKE_C_FLAGS=${flags} -DCMAKE_EXE_LINKER_FLAGS=${flags})
+  -DCMAKE_C_FLAGS=${flags} -DCMAKE_EXE_LINKER_FLAGS=${flags}
+  -DCONSUMER_LINK_SANITIZER_CXX_RUNTIME=${link_cxx_runtime})
 run("building the consumer with find_package" ${CMAKE_COMMAND} --build ${WORK_DIR}/cmake-build)
 run("running the find_package consumer" ${WORK_DIR}/cmake-build/consumer ${WORK_DIR}/a.lut)
 message(STATUS "find_package: ${RUN_OUTPUT}")
@@ -55,7 +65,7 @@ run("pkg-config" ${CMAKE_COMMAND} -E env PKG_CONFIG_PATH=${pcdir}
 separate_arguments(pcflags UNIX_COMMAND "${RUN_OUTPUT}")
 separate_arguments(sanitize UNIX_COMMAND "${flags}")
 run("building the consumer with pkg-config" ${C_COMPILER} -std=c99 -Wall -Werror ${sanitize}
-  ${CONSUMER_DIR}/consumer.c ${pcflags} -o ${WORK_DIR}/pc-consumer)
+  ${CONSUMER_DIR}/consumer.c ${pcflags} ${cxx_runtime} -o ${WORK_DIR}/pc-consumer)
 run("running the pkg-config consumer"
   ${CMAKE_COMMAND} -E env LD_LIBRARY_PATH=${libdir} ${WORK_DIR}/pc-consumer ${WORK_DIR}/b.lut)
 message(STATUS "pkg-config: ${RUN_OUTPUT}")
