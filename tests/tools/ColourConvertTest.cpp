@@ -15,11 +15,11 @@ struct Yuv {
 Yuv convertOne(uint8_t r, uint8_t g, uint8_t b, ColourMatrix m, ColourRange range)
 {
     // A 2x2 image of one colour: one chroma pair, four equal lumas.
-    const uint8_t rgb[12] = {r, g, b, r, g, b, r, g, b, r, g, b};
+    const uint8_t rgb[12] = { r, g, b, r, g, b, r, g, b, r, g, b };
     YuvFrame f(2, 2);
     rgbToYuv(rgb, 3, 6, m, range, false, f);
     EXPECT_EQ(f.luma()[0], f.luma()[3]);
-    return {f.luma()[0], f.chroma()[0], f.chroma()[1]};
+    return { f.luma()[0], f.chroma()[0], f.chroma()[1] };
 }
 
 void expectYuv(Yuv got, Yuv want, const char* what)
@@ -34,16 +34,16 @@ TEST(ColourConvert, KnownColours)
     const auto v601 = [](uint8_t r, uint8_t g, uint8_t b) {
         return convertOne(r, g, b, ColourMatrix::Bt601, ColourRange::Video);
     };
-    expectYuv(v601(255, 255, 255), {235, 128, 128}, "white, video");
-    expectYuv(v601(0, 0, 0), {16, 128, 128}, "black, video");
-    expectYuv(v601(255, 0, 0), {81, 90, 240}, "red, BT.601 video");
-    expectYuv(v601(0, 0, 255), {41, 240, 110}, "blue, BT.601 video");
-    expectYuv(convertOne(255, 0, 0, ColourMatrix::Bt709, ColourRange::Video), {63, 102, 240},
-              "red, BT.709 video");
-    expectYuv(convertOne(255, 255, 255, ColourMatrix::Bt709, ColourRange::Full), {255, 128, 128},
-              "white, full");
-    expectYuv(convertOne(255, 0, 0, ColourMatrix::Bt709, ColourRange::Full), {54, 99, 255},
-              "red, BT.709 full");
+    expectYuv(v601(255, 255, 255), { 235, 128, 128 }, "white, video");
+    expectYuv(v601(0, 0, 0), { 16, 128, 128 }, "black, video");
+    expectYuv(v601(255, 0, 0), { 81, 90, 240 }, "red, BT.601 video");
+    expectYuv(v601(0, 0, 255), { 41, 240, 110 }, "blue, BT.601 video");
+    expectYuv(convertOne(255, 0, 0, ColourMatrix::Bt709, ColourRange::Video), { 63, 102, 240 },
+        "red, BT.709 video");
+    expectYuv(convertOne(255, 255, 255, ColourMatrix::Bt709, ColourRange::Full), { 255, 128, 128 },
+        "white, full");
+    expectYuv(convertOne(255, 0, 0, ColourMatrix::Bt709, ColourRange::Full), { 54, 99, 255 },
+        "red, BT.709 full");
 }
 
 TEST(ColourConvert, Nv21SwapsTheChromaBytes)
@@ -72,14 +72,14 @@ TEST(ColourConvert, Nv21SwapsTheChromaBytes)
 TEST(ColourConvert, RoundTripOfFlatBlocksIsClose)
 {
     std::mt19937 rng(9);
-    for (ColourMatrix m : {ColourMatrix::Bt601, ColourMatrix::Bt709})
-        for (ColourRange range : {ColourRange::Video, ColourRange::Full}) {
+    for (ColourMatrix m : { ColourMatrix::Bt601, ColourMatrix::Bt709 })
+        for (ColourRange range : { ColourRange::Video, ColourRange::Full }) {
             const uint32_t w = 64, h = 64;
             std::vector<uint8_t> rgb(w * h * 3);
             for (uint32_t by = 0; by < h / 2; ++by)
                 for (uint32_t bx = 0; bx < w / 2; ++bx) {
-                    const uint8_t c[3] = {static_cast<uint8_t>(rng()), static_cast<uint8_t>(rng()),
-                                          static_cast<uint8_t>(rng())};
+                    const uint8_t c[3] = { static_cast<uint8_t>(rng()), static_cast<uint8_t>(rng()),
+                        static_cast<uint8_t>(rng()) };
                     for (uint32_t y = 2 * by; y < 2 * by + 2; ++y)
                         for (uint32_t x = 2 * bx; x < 2 * bx + 2; ++x)
                             for (int k = 0; k < 3; ++k)

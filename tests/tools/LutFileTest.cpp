@@ -35,13 +35,13 @@ TEST(LutFile, WritesTheHeaderLevelsAndEntries)
 {
     LutTable t;
     t.n = 3;
-    t.levels = {0.0f, 0.25f, 1.0f};
+    t.levels = { 0.0f, 0.25f, 1.0f };
     for (uint32_t i = 0; i < 81; ++i)
         t.entries.push_back(static_cast<uint8_t>(i * 3));
     const std::vector<uint8_t> b = encodeLutFile(t);
     ASSERT_EQ(b.size(), 48u + 12 + 81);
     EXPECT_EQ(std::memcmp(b.data(), "\x2E\x4B\x44\x2D\x4C\x55\x54\x20", 8), 0);
-    EXPECT_EQ(u32(b, 8), 1u);  // version
+    EXPECT_EQ(u32(b, 8), 1u); // version
     EXPECT_EQ(u32(b, 12), 3u); // N
     EXPECT_EQ(u32(b, 16), 0u); // 8-bit entries
     EXPECT_NE(u32(b, 20), 0u); // three-dimensional
@@ -57,7 +57,7 @@ TEST(LutFile, WritesTheHeaderLevelsAndEntries)
 TEST(LutFile, IdentityHoldsEachCellsOwnInput)
 {
     const LutTable t = identityTable(5);
-    EXPECT_EQ(t.levels, (std::vector<float>{0.0f, 0.25f, 0.5f, 0.75f, 1.0f}));
+    EXPECT_EQ(t.levels, (std::vector<float> { 0.0f, 0.25f, 0.5f, 0.75f, 1.0f }));
     EXPECT_EQ(t.entries, identityEntries(5)); // the tests' own identity builder
     const uint8_t* cell = &t.entries[3 * ((4 * 5 + 1) * 5 + 2)]; // (r, g, b) = (4, 1, 2)
     EXPECT_EQ(cell[0], 255);
@@ -71,14 +71,14 @@ TEST(LutFile, DecodesFieldsAndChecksumsTheEntries)
     // CRC-32 check string "123456789" (CRC cbf43926), with a gap before the
     // levels and one stray byte at the end.
     std::vector<uint8_t> b(kLutSignature, kLutSignature + 8);
-    const uint32_t header[10] = {1, 3, 0, 0, 0, 0, 52, 0, 0, 0};
+    const uint32_t header[10] = { 1, 3, 0, 0, 0, 0, 52, 0, 0, 0 };
     for (uint32_t v : header)
         for (int i = 0; i < 4; ++i)
             b.push_back(static_cast<uint8_t>(v >> (8 * i)));
     b.resize(52, 0xEE);
-    const float levels[3] = {0.0f, 0.5f, 0.9f};
+    const float levels[3] = { 0.0f, 0.5f, 0.9f };
     b.insert(b.end(), reinterpret_cast<const uint8_t*>(levels),
-             reinterpret_cast<const uint8_t*>(levels) + 12);
+        reinterpret_cast<const uint8_t*>(levels) + 12);
     for (char c : std::string("123456789!"))
         b.push_back(static_cast<uint8_t>(c));
     LutFileInfo info;
@@ -115,7 +115,8 @@ TEST(LutFile, NamesTheRuleABadFileBreaks)
     EXPECT_EQ(lutFileProblem(with(12, 0)), "level count 0 is outside 1 to 65");
     EXPECT_EQ(lutFileProblem(with(12, 66)), "level count 66 is outside 1 to 65");
     EXPECT_EQ(lutFileProblem(with(32, 1000)), "the level values run past the end of the file");
-    EXPECT_EQ(lutFileProblem(g.substr(0, g.size() - 1)), "the entries run past the end of the file");
+    EXPECT_EQ(
+        lutFileProblem(g.substr(0, g.size() - 1)), "the entries run past the end of the file");
     EXPECT_EQ(lutFileProblem(with(20, 0)), "one-dimensional table");
     EXPECT_EQ(lutFileProblem(with(16, 3)), "the entries run past the end of the file");
     EXPECT_EQ(lutFileProblem(with(16, 3) + std::string(72, '\0')), "entries are not 8-bit");
@@ -130,9 +131,9 @@ TEST(LutFile, UniformLevelsAsTheLibraryJudgesThem)
     levels[0] = 0.0f;
     levels[16] += 0.01f; // one inner level moved
     EXPECT_FALSE(levelsUniform(levels));
-    EXPECT_FALSE(levelsUniform({0.0f, 0.45f, 0.9f})); // stops short of 1
-    EXPECT_FALSE(levelsUniform({0.5f}));              // one level is never uniform
-    EXPECT_TRUE(levelsUniform({0.0f, 1.0f}));
+    EXPECT_FALSE(levelsUniform({ 0.0f, 0.45f, 0.9f })); // stops short of 1
+    EXPECT_FALSE(levelsUniform({ 0.5f })); // one level is never uniform
+    EXPECT_TRUE(levelsUniform({ 0.0f, 1.0f }));
 }
 
 // A file written by the tool renders exactly as the same entries built into a
@@ -147,8 +148,8 @@ TEST(LutFile, LibraryLoadsWhatTheToolWrites)
     random.levels = unitLevels(9);
     random.entries = randomEntries(9, rng);
     LutTable shifted = identityTable(6);
-    shifted.levels = {0.0f, 0.1f, 0.3f, 0.6f, 0.8f, 1.0f}; // not uniform
-    for (const LutTable* t : {&random, &shifted}) {
+    shifted.levels = { 0.0f, 0.1f, 0.3f, 0.6f, 0.8f, 1.0f }; // not uniform
+    for (const LutTable* t : { &random, &shifted }) {
         const std::string path = dir.path("t.lut");
         writeBytes(path, encodeLutFile(*t));
         Lut3DTable* loaded = ZecLut3DLoadTableFromFile(path.c_str());
@@ -166,7 +167,7 @@ TEST(LutFile, LibraryLoadsWhatTheToolWrites)
         ZecLut3DDestroyTable(loaded);
     }
     // The demo's grade and the largest identity load too.
-    for (const LutTable& t : {sampleGradeTable(33), identityTable(65)}) {
+    for (const LutTable& t : { sampleGradeTable(33), identityTable(65) }) {
         const std::string path = dir.path("g.lut");
         writeBytes(path, encodeLutFile(t));
         Lut3DTable* loaded = ZecLut3DLoadTableFromFile(path.c_str());

@@ -23,7 +23,7 @@ RgbImage randomImage(uint32_t w, uint32_t h, bool alpha, uint32_t seed)
 
 // A file in a format the tool never writes itself.
 void writeRawPng(const std::string& path, uint32_t format, uint32_t w, uint32_t h,
-                 const void* pixels, const void* colormap = nullptr, uint32_t colours = 0)
+    const void* pixels, const void* colormap = nullptr, uint32_t colours = 0)
 {
     png_image png;
     std::memset(&png, 0, sizeof png);
@@ -38,7 +38,7 @@ void writeRawPng(const std::string& path, uint32_t format, uint32_t w, uint32_t 
 TEST(PngImage, RgbAndRgbaSurviveAWriteAndRead)
 {
     TempDir dir;
-    for (bool alpha : {false, true}) {
+    for (bool alpha : { false, true }) {
         const RgbImage image = randomImage(31, 17, alpha, alpha ? 1 : 2);
         std::string error;
         ASSERT_TRUE(writePng(dir.path("a.png"), image, error)) << error;
@@ -54,7 +54,7 @@ TEST(PngImage, RgbAndRgbaSurviveAWriteAndRead)
 TEST(PngImage, GreyAndPaletteFilesReadAsRgb)
 {
     TempDir dir;
-    const uint8_t grey[6] = {0, 50, 100, 150, 200, 255};
+    const uint8_t grey[6] = { 0, 50, 100, 150, 200, 255 };
     writeRawPng(dir.path("grey.png"), PNG_FORMAT_GRAY, 3, 2, grey);
     RgbImage image;
     std::string error;
@@ -64,11 +64,11 @@ TEST(PngImage, GreyAndPaletteFilesReadAsRgb)
         for (int c = 0; c < 3; ++c)
             EXPECT_EQ(image.pixels[i * 3 + c], grey[i]);
 
-    const uint8_t palette[6] = {255, 0, 0, 10, 20, 30};
-    const uint8_t indices[4] = {0, 1, 1, 0};
+    const uint8_t palette[6] = { 255, 0, 0, 10, 20, 30 };
+    const uint8_t indices[4] = { 0, 1, 1, 0 };
     writeRawPng(dir.path("pal.png"), PNG_FORMAT_RGB_COLORMAP, 2, 2, indices, palette, 2);
     ASSERT_TRUE(readPng(dir.path("pal.png"), image, error)) << error;
-    const std::vector<uint8_t> want = {255, 0, 0, 10, 20, 30, 10, 20, 30, 255, 0, 0};
+    const std::vector<uint8_t> want = { 255, 0, 0, 10, 20, 30, 10, 20, 30, 255, 0, 0 };
     EXPECT_EQ(image.pixels, want);
 }
 
@@ -90,7 +90,7 @@ TEST(PngImage, FailuresNameTheFileAndLeaveNothingBehind)
     for (const auto& entry : std::filesystem::directory_iterator(dir.path()))
         names.push_back(entry.path().filename().string());
     std::sort(names.begin(), names.end());
-    EXPECT_EQ(names, (std::vector<std::string>{"fake.png", "ok.png"}));
+    EXPECT_EQ(names, (std::vector<std::string> { "fake.png", "ok.png" }));
 }
 
 } // namespace

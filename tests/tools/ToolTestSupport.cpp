@@ -24,8 +24,7 @@ TempDir::TempDir()
 
 TempDir::~TempDir()
 {
-    if (!m_path.empty())
-    {
+    if (!m_path.empty()) {
         std::error_code ignored;
         std::filesystem::remove_all(m_path, ignored);
     }
@@ -34,7 +33,8 @@ TempDir::~TempDir()
 void writeBytes(const std::string& path, const std::vector<uint8_t>& bytes)
 {
     std::ofstream out(path, std::ios::binary);
-    out.write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
+    out.write(
+        reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
 }
 
 void writeText(const std::string& path, const std::string& text)
@@ -46,7 +46,8 @@ void writeText(const std::string& path, const std::string& text)
 std::vector<uint8_t> readBytes(const std::string& path)
 {
     std::ifstream in(path, std::ios::binary);
-    return std::vector<uint8_t>(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+    return std::vector<uint8_t>(
+        std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
 }
 
 bool fileExists(const std::string& path)

@@ -5,9 +5,9 @@
 namespace {
 
 struct Coefficients {
-    double kr, kb;          // luma weights of red and blue
+    double kr, kb; // luma weights of red and blue
     double yOffset, yScale; // Y = yOffset + yScale * Y'
-    double cScale;          // U = 128 + cScale * Cb
+    double cScale; // U = 128 + cScale * Cb
 };
 
 Coefficients coefficients(ColourMatrix matrix, ColourRange range)
@@ -15,8 +15,8 @@ Coefficients coefficients(ColourMatrix matrix, ColourRange range)
     const double kr = matrix == ColourMatrix::Bt601 ? 0.299 : 0.2126;
     const double kb = matrix == ColourMatrix::Bt601 ? 0.114 : 0.0722;
     if (range == ColourRange::Video)
-        return {kr, kb, 16.0, 219.0, 224.0};
-    return {kr, kb, 0.0, 255.0, 255.0};
+        return { kr, kb, 16.0, 219.0, 224.0 };
+    return { kr, kb, 0.0, 255.0, 255.0 };
 }
 
 uint8_t toByte(double v)
@@ -30,7 +30,12 @@ uint8_t toByte(double v)
 
 } // namespace
 
-YuvFrame::YuvFrame(uint32_t w, uint32_t h) : width(w), height(h), bytes(bytesFor(w, h), 0) {}
+YuvFrame::YuvFrame(uint32_t w, uint32_t h)
+    : width(w)
+    , height(h)
+    , bytes(bytesFor(w, h), 0)
+{
+}
 
 size_t YuvFrame::bytesFor(uint32_t w, uint32_t h)
 {
@@ -38,7 +43,7 @@ size_t YuvFrame::bytesFor(uint32_t w, uint32_t h)
 }
 
 void rgbToYuv(const uint8_t* rgb, size_t pixelBytes, size_t rowBytes, ColourMatrix matrix,
-              ColourRange range, bool nv21, YuvFrame& frame)
+    ColourRange range, bool nv21, YuvFrame& frame)
 {
     const Coefficients k = coefficients(matrix, range);
     const double kg = 1.0 - k.kr - k.kb;
@@ -74,7 +79,7 @@ void rgbToYuv(const uint8_t* rgb, size_t pixelBytes, size_t rowBytes, ColourMatr
 }
 
 void yuvToRgb(const YuvFrame& frame, ColourMatrix matrix, ColourRange range, bool nv21,
-              uint8_t* rgb, size_t pixelBytes, size_t rowBytes)
+    uint8_t* rgb, size_t pixelBytes, size_t rowBytes)
 {
     const Coefficients k = coefficients(matrix, range);
     const double kg = 1.0 - k.kr - k.kb;

@@ -40,8 +40,8 @@ struct YuvFrame {
 };
 
 void rgbToYuv(const uint8_t* rgb, size_t pixelBytes, size_t rowBytes, ColourMatrix matrix,
-              ColourRange range, bool nv21, YuvFrame& frame);
+    ColourRange range, bool nv21, YuvFrame& frame);
 void yuvToRgb(const YuvFrame& frame, ColourMatrix matrix, ColourRange range, bool nv21,
-              uint8_t* rgb, size_t pixelBytes, size_t rowBytes);
+    uint8_t* rgb, size_t pixelBytes, size_t rowBytes);
 
 #endif

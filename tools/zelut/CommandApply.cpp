@@ -9,28 +9,29 @@
 
 namespace {
 
-const char kHelp[] =
-    "usage: zelut apply --lut F.lut [options] IN OUT\n"
-    "\n"
-    "Renders IN through the table F.lut into OUT.\n"
-    "  raw frames  IN and OUT hold any number of NV12 (or NV21) frames back to\n"
-    "              back; --size gives their size. A progress bar is drawn on\n"
-    "              stderr when it is a terminal; frames per second at the end.\n"
-    "  PNG images  IN.png and OUT.png: the image is converted to NV12/NV21 with\n"
-    "              the same matrix and range, rendered by the library, converted\n"
-    "              back and written as PNG (an alpha channel is kept as it is).\n"
-    "\n"
-    "  --lut F.lut           the table (required)\n"
-    "  --size WxH            frame size of raw frames\n"
-    "  --format nv12|nv21    chroma byte order (default nv12)\n"
-    "  --matrix bt601|bt709  colour matrix (default bt709)\n"
-    "  --range video|full    luma and chroma range (default video)\n"
-    "  --threads N           0 one worker per processor (default), 1 the calling\n"
-    "                        thread, N workers\n";
+const char kHelp[] = "usage: zelut apply --lut F.lut [options] IN OUT\n"
+                     "\n"
+                     "Renders IN through the table F.lut into OUT.\n"
+                     "  raw frames  IN and OUT hold any number of NV12 (or NV21) frames back to\n"
+                     "              back; --size gives their size. A progress bar is drawn on\n"
+                     "              stderr when it is a terminal; frames per second at the end.\n"
+                     "  PNG images  IN.png and OUT.png: the image is converted to NV12/NV21 with\n"
+                     "              the same matrix and range, rendered by the library, converted\n"
+                     "              back and written as PNG (an alpha channel is kept as it is).\n"
+                     "\n"
+                     "  --lut F.lut           the table (required)\n"
+                     "  --size WxH            frame size of raw frames\n"
+                     "  --format nv12|nv21    chroma byte order (default nv12)\n"
+                     "  --matrix bt601|bt709  colour matrix (default bt709)\n"
+                     "  --range video|full    luma and chroma range (default video)\n"
+                     "  --threads N           0 one worker per processor (default), 1 the calling\n"
+                     "                        thread, N workers\n";
 
 class ProgressBar {
 public:
-    explicit ProgressBar(uint64_t total) : m_total(total), m_enabled(::isatty(STDERR_FILENO) == 1)
+    explicit ProgressBar(uint64_t total)
+        : m_total(total)
+        , m_enabled(::isatty(STDERR_FILENO) == 1)
     {
     }
     void update(uint64_t done, double seconds)
@@ -41,9 +42,9 @@ public:
         const int width = 30;
         const int filled = static_cast<int>(width * done / m_total);
         std::fprintf(stderr, "\r[%.*s%*s] %llu/%llu frames  %.1f frames/s", filled,
-                     "##############################", width - filled, "",
-                     static_cast<unsigned long long>(done), static_cast<unsigned long long>(m_total),
-                     seconds > 0 ? done / seconds : 0.0);
+            "##############################", width - filled, "",
+            static_cast<unsigned long long>(done), static_cast<unsigned long long>(m_total),
+            seconds > 0 ? done / seconds : 0.0);
         if (done == m_total)
             std::fputc('\n', stderr);
         std::fflush(stderr);
@@ -58,7 +59,7 @@ private:
 // Input problems are reported before the table is loaded: they are the
 // likelier mistake and cost nothing to find.
 void applyPng(const std::string& lut, const RenderSettings& settings, const std::string& in,
-              const std::string& out)
+    const std::string& out)
 {
     RgbImage image;
     std::string error;
@@ -68,18 +69,18 @@ void applyPng(const std::string& lut, const RenderSettings& settings, const std:
     const EffectPtr effect(ZecLut3DCreateEffect(settings.threads));
     YuvFrame frame(image.width, image.height);
     rgbToYuv(image.pixels.data(), image.channels(), image.rowBytes(), settings.matrix,
-             settings.range, settings.nv21, frame);
+        settings.range, settings.nv21, frame);
     renderFrame(effect.get(), table.get(), settings, frame, frame);
     yuvToRgb(frame, settings.matrix, settings.range, settings.nv21, image.pixels.data(),
-             image.channels(), image.rowBytes());
+        image.channels(), image.rowBytes());
     if (!writePng(out, image, error))
         fail(error);
     std::printf("%s: %ux%u image rendered (%s)\n", out.c_str(), image.width, image.height,
-                settings.describe().c_str());
+        settings.describe().c_str());
 }
 
 void applyRaw(const std::string& lut, const RenderSettings& settings, const std::string& in,
-              const std::string& out, uint32_t width, uint32_t height)
+    const std::string& out, uint32_t width, uint32_t height)
 {
     std::FILE* input = std::fopen(in.c_str(), "rb");
     if (!input)
@@ -96,7 +97,7 @@ void applyRaw(const std::string& lut, const RenderSettings& settings, const std:
     const std::string sizeText = std::to_string(width) + "x" + std::to_string(height);
     if (size == 0 || size % frameBytes != 0)
         fail(in + ": " + std::to_string(size) + " bytes are not a whole number of " + sizeText
-             + " frames (" + std::to_string(frameBytes) + " bytes each); check --size");
+            + " frames (" + std::to_string(frameBytes) + " bytes each); check --size");
     const uint64_t frames = size / frameBytes;
     const TablePtr table = loadTable(lut);
     const EffectPtr effect(ZecLut3DCreateEffect(settings.threads));
@@ -123,9 +124,9 @@ void applyRaw(const std::string& lut, const RenderSettings& settings, const std:
         fail(error);
     const double seconds = secondsSince(start);
     std::printf("%s: %llu frames of %s (%s) in %.2f s, %.1f frames/s (render %.2f ms/frame)\n",
-                out.c_str(), static_cast<unsigned long long>(frames), sizeText.c_str(),
-                settings.describe().c_str(), seconds, seconds > 0 ? frames / seconds : 0.0,
-                1000.0 * renderSeconds / frames);
+        out.c_str(), static_cast<unsigned long long>(frames), sizeText.c_str(),
+        settings.describe().c_str(), seconds, seconds > 0 ? frames / seconds : 0.0,
+        1000.0 * renderSeconds / frames);
 }
 
 } // namespace
@@ -133,8 +134,8 @@ void applyRaw(const std::string& lut, const RenderSettings& settings, const std:
 int runApply(const Args& args)
 {
     std::vector<OptionSpec> specs = RenderSettings::options();
-    specs.push_back({"--lut", true});
-    specs.push_back({"--size", true});
+    specs.push_back({ "--lut", true });
+    specs.push_back({ "--size", true });
     const ParsedArgs a = parseArgs(args, specs);
     if (a.help) {
         std::fputs(kHelp, stdout);

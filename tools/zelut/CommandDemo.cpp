@@ -9,18 +9,17 @@
 
 namespace {
 
-const char kHelp[] =
-    "usage: zelut demo [--out DIR] [--size WxH] [--threads N]\n"
-    "\n"
-    "Needs no input: draws a test chart (colour bars, skin tones, smooth\n"
-    "gradients), converts it to NV12 (BT.709, video range), renders it through\n"
-    "a built-in sample grade with the library, and writes demo-before.png,\n"
-    "demo-after.png and a side-by-side demo-compare.png into DIR (default: the\n"
-    "current directory). Prints where they are and how fast the frame rendered.\n"
-    "\n"
-    "  --out DIR     folder for the three PNGs (must exist)\n"
-    "  --size WxH    chart size (default 1280x720)\n"
-    "  --threads N   0 one worker per processor (default), 1 the calling thread\n";
+const char kHelp[] = "usage: zelut demo [--out DIR] [--size WxH] [--threads N]\n"
+                     "\n"
+                     "Needs no input: draws a test chart (colour bars, skin tones, smooth\n"
+                     "gradients), converts it to NV12 (BT.709, video range), renders it through\n"
+                     "a built-in sample grade with the library, and writes demo-before.png,\n"
+                     "demo-after.png and a side-by-side demo-compare.png into DIR (default: the\n"
+                     "current directory). Prints where they are and how fast the frame rendered.\n"
+                     "\n"
+                     "  --out DIR     folder for the three PNGs (must exist)\n"
+                     "  --size WxH    chart size (default 1280x720)\n"
+                     "  --threads N   0 one worker per processor (default), 1 the calling thread\n";
 
 std::string absolute(const std::string& path)
 {
@@ -46,7 +45,8 @@ void save(const std::string& path, const RgbImage& image)
 
 int runDemo(const Args& args)
 {
-    const ParsedArgs a = parseArgs(args, {{"--out", true}, {"--size", true}, {"--threads", true}});
+    const ParsedArgs a
+        = parseArgs(args, { { "--out", true }, { "--size", true }, { "--threads", true } });
     if (a.help) {
         std::fputs(kHelp, stdout);
         return 0;
@@ -60,14 +60,14 @@ int runDemo(const Args& args)
     const std::string dir = a.value("--out", ".");
 
     const uint32_t levels = 33;
-    const TablePtr table =
-        loadTableBytes(encodeLutFile(sampleGradeTable(levels)), "built-in sample grade");
+    const TablePtr table
+        = loadTableBytes(encodeLutFile(sampleGradeTable(levels)), "built-in sample grade");
     const EffectPtr effect(ZecLut3DCreateEffect(settings.threads));
 
     const RgbImage chart = makeTestChart(width, height);
     YuvFrame frame(width, height), graded(width, height);
     rgbToYuv(chart.pixels.data(), 3, chart.rowBytes(), settings.matrix, settings.range,
-             settings.nv21, frame);
+        settings.nv21, frame);
 
     // The first render wakes the workers and touches the table; the time
     // reported is the median of the renders after it.
@@ -94,11 +94,11 @@ int runDemo(const Args& args)
 
     std::printf("zelut demo: %ux%u test chart through the built-in sample grade (%u-level "
                 "table), %s\n",
-                width, height, levels, settings.describe().c_str());
+        width, height, levels, settings.describe().c_str());
     std::printf("  before:  %s\n", absolute(beforePath).c_str());
     std::printf("  after:   %s\n", absolute(afterPath).c_str());
     std::printf("  compare: %s\n", absolute(comparePath).c_str());
     std::printf("  render:  %.2f ms per frame, %.0f frames/s (median of %zu renders, %s)\n", ms,
-                1000.0 / ms, times.size(), settings.describeThreads().c_str());
+        1000.0 / ms, times.size(), settings.describeThreads().c_str());
     return 0;
 }

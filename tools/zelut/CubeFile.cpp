@@ -63,7 +63,9 @@ bool parseNumber(std::string_view token, double& value)
 class CubeParser {
 public:
     CubeParser(const std::string& name, CubeTable& cube, std::string& error)
-        : m_name(name), m_cube(cube), m_error(error)
+        : m_name(name)
+        , m_cube(cube)
+        , m_error(error)
     {
     }
 
@@ -92,13 +94,14 @@ private:
     }
 
     bool numbers(uint32_t line, const std::vector<std::string_view>& tokens, size_t first,
-                 size_t count, const std::string& what, double* out)
+        size_t count, const std::string& what, double* out)
     {
         const size_t found = tokens.size() - first;
         if (found != count)
-            return refuse(line, what + " expects " + std::to_string(count)
-                                    + (count == 1 ? " number, found " : " numbers, found ")
-                                    + std::to_string(found));
+            return refuse(line,
+                what + " expects " + std::to_string(count)
+                    + (count == 1 ? " number, found " : " numbers, found ")
+                    + std::to_string(found));
         for (size_t i = 0; i < count; ++i)
             if (!parseNumber(tokens[first + i], out[i]))
                 return refuse(line, "'" + std::string(tokens[first + i]) + "' is not a number");
@@ -129,8 +132,9 @@ private:
             return true;
         }
         if (key == "LUT_1D_SIZE")
-            return refuse(line, "one-dimensional tables (LUT_1D_SIZE) are not supported; "
-                                "only 3D tables convert");
+            return refuse(line,
+                "one-dimensional tables (LUT_1D_SIZE) are not supported; "
+                "only 3D tables convert");
         if (key == "LUT_3D_SIZE") {
             if (m_cube.size != 0)
                 return refuse(line, "LUT_3D_SIZE given twice");
@@ -140,8 +144,8 @@ private:
             if (size != std::floor(size))
                 return refuse(line, "LUT_3D_SIZE must be a whole number");
             if (size < kCubeMinSize || size > kCubeMaxSize)
-                return refuse(line, "LUT_3D_SIZE " + std::string(tokens[1])
-                                        + " is outside 2 to 65");
+                return refuse(
+                    line, "LUT_3D_SIZE " + std::string(tokens[1]) + " is outside 2 to 65");
             m_cube.size = static_cast<uint32_t>(size);
             return true;
         }
@@ -170,8 +174,9 @@ private:
             return refuse(line, "table data before LUT_3D_SIZE");
         const size_t expected = static_cast<size_t>(m_cube.size) * m_cube.size * m_cube.size;
         if (m_cube.values.size() == 3 * expected)
-            return refuse(line, "more entries than LUT_3D_SIZE " + std::to_string(m_cube.size)
-                                    + " allows (" + std::to_string(expected) + ")");
+            return refuse(line,
+                "more entries than LUT_3D_SIZE " + std::to_string(m_cube.size) + " allows ("
+                    + std::to_string(expected) + ")");
         double rgb[3];
         if (!numbers(line, tokens, 0, 3, "a table entry", rgb))
             return false;
@@ -189,9 +194,10 @@ private:
         }
         const size_t expected = static_cast<size_t>(m_cube.size) * m_cube.size * m_cube.size;
         if (m_cube.values.size() != 3 * expected)
-            return refuse(lastLine, "file ends after " + std::to_string(m_cube.values.size() / 3)
-                                        + " of " + std::to_string(expected) + " entries (LUT_3D_SIZE "
-                                        + std::to_string(m_cube.size) + ")");
+            return refuse(lastLine,
+                "file ends after " + std::to_string(m_cube.values.size() / 3) + " of "
+                    + std::to_string(expected) + " entries (LUT_3D_SIZE "
+                    + std::to_string(m_cube.size) + ")");
         return true;
     }
 
@@ -202,8 +208,7 @@ private:
 
 } // namespace
 
-bool parseCube(std::string_view text, const std::string& name, CubeTable& cube,
-               std::string& error)
+bool parseCube(std::string_view text, const std::string& name, CubeTable& cube, std::string& error)
 {
     return CubeParser(name, cube, error).parse(text);
 }
@@ -215,8 +220,9 @@ bool cubeToLut(const CubeTable& cube, const std::string& name, LutTable& lut, st
     const double hi = cube.domainMax[0];
     for (int c = 1; c < 3; ++c)
         if (cube.domainMin[c] != lo || cube.domainMax[c] != hi) {
-            error = where + "the domain differs between channels; a LUT file has one set of "
-                            "levels for all three axes";
+            error = where
+                + "the domain differs between channels; a LUT file has one set of "
+                  "levels for all three axes";
             return false;
         }
     if (!(hi > lo)) {

@@ -30,15 +30,14 @@ constexpr uint32_t kCubeMaxSize = 65;
 struct CubeTable {
     std::string title;
     uint32_t size = 0;
-    double domainMin[3] = {0.0, 0.0, 0.0};
-    double domainMax[3] = {1.0, 1.0, 1.0};
+    double domainMin[3] = { 0.0, 0.0, 0.0 };
+    double domainMax[3] = { 1.0, 1.0, 1.0 };
     std::vector<double> values; // size^3 (R, G, B) outputs in file order: red index fastest
-    uint32_t domainLine = 0;    // last line that set the domain (0: none)
+    uint32_t domainLine = 0; // last line that set the domain (0: none)
 };
 
 // "name:line: reason" in error on failure.
-bool parseCube(std::string_view text, const std::string& name, CubeTable& cube,
-               std::string& error);
+bool parseCube(std::string_view text, const std::string& name, CubeTable& cube, std::string& error);
 
 // Levels from the domain, entries re-ordered blue-fastest and rounded to
 // bytes with clamping. Refuses domains the LUT file cannot express (one set of

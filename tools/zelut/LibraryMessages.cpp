@@ -19,14 +19,13 @@ const int kWarnPriority = 5; // Android's ANDROID_LOG_WARN
 
 // Default visibility so that the executable exports it and the library's
 // reference binds here rather than to liblog.
-extern "C" __attribute__((visibility("default"))) int __android_log_write(int priority,
-                                                                          const char* tag,
-                                                                          const char* text)
+extern "C" __attribute__((visibility("default"))) int __android_log_write(
+    int priority, const char* tag, const char* text)
 {
     (void)tag;
     std::lock_guard<std::mutex> lock(g_mutex);
     if (g_messages.size() < 64) // a reason is wanted, not a transcript
-        g_messages.push_back({priority, text ? text : ""});
+        g_messages.push_back({ priority, text ? text : "" });
     return 1;
 }
 

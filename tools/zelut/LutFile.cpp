@@ -4,7 +4,7 @@
 #include <cstring>
 #include <zlib.h>
 
-const char kLutSignature[8] = {'.', 'K', 'D', '-', 'L', 'U', 'T', ' '};
+const char kLutSignature[8] = { '.', 'K', 'D', '-', 'L', 'U', 'T', ' ' };
 
 namespace {
 
@@ -82,11 +82,11 @@ std::vector<uint8_t> encodeLutFile(const LutTable& table)
     std::vector<uint8_t> out;
     out.reserve(kLutHeaderBytes + 4 * table.levels.size() + table.entries.size());
     out.insert(out.end(), kLutSignature, kLutSignature + 8);
-    put32(out, 1);       // version
+    put32(out, 1); // version
     put32(out, table.n); // level count
-    put32(out, 0);       // entry type: three unsigned bytes
-    put32(out, 1);       // three-dimensional
-    put64(out, 0);       // reserved
+    put32(out, 0); // entry type: three unsigned bytes
+    put32(out, 1); // three-dimensional
+    put64(out, 0); // reserved
     put64(out, kLutHeaderBytes);
     put64(out, 0); // reserved
     for (float level : table.levels) {
@@ -132,9 +132,9 @@ bool decodeLutFile(const std::string& bytes, LutFileInfo& info, std::string& err
         return false;
     }
     info.trailingBytes = bytes.size() - entriesAt - info.entryBytes;
-    info.entryCrc32 = static_cast<uint32_t>(
-        crc32(0, reinterpret_cast<const Bytef*>(bytes.data() + entriesAt),
-              static_cast<uInt>(info.entryBytes)));
+    info.entryCrc32
+        = static_cast<uint32_t>(crc32(0, reinterpret_cast<const Bytef*>(bytes.data() + entriesAt),
+            static_cast<uInt>(info.entryBytes)));
     return true;
 }
 

@@ -24,7 +24,7 @@ extern const char kLutSignature[8]; // ".KD-LUT "
 // A three-dimensional table with 8-bit entries, as this tool writes them.
 struct LutTable {
     uint32_t n = 0;
-    std::vector<float> levels;    // n input values, shared by the three axes
+    std::vector<float> levels; // n input values, shared by the three axes
     std::vector<uint8_t> entries; // n^3 (R, G, B) triples, blue index fastest
 };
 

@@ -21,7 +21,7 @@ bool readPng(const std::string& path, RgbImage& image, std::string& error)
     png.format = alpha ? PNG_FORMAT_RGBA : PNG_FORMAT_RGB;
     image = RgbImage(png.width, png.height, alpha);
     if (!png_image_finish_read(&png, nullptr, image.pixels.data(),
-                               static_cast<png_int_32>(image.rowBytes()), nullptr)) {
+            static_cast<png_int_32>(image.rowBytes()), nullptr)) {
         error = path + ": broken PNG image (" + png.message + ")";
         png_image_free(&png);
         return false;
@@ -44,8 +44,8 @@ bool writePng(const std::string& path, const RgbImage& image, std::string& error
         return false;
     }
     std::vector<uint8_t> encoded(size);
-    if (!png_image_write_to_memory(&png, encoded.data(), &size, 0, image.pixels.data(), stride,
-                                   nullptr)) {
+    if (!png_image_write_to_memory(
+            &png, encoded.data(), &size, 0, image.pixels.data(), stride, nullptr)) {
         error = path + ": cannot encode PNG (" + png.message + ")";
         return false;
     }

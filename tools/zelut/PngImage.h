@@ -18,12 +18,18 @@
 struct RgbImage {
     RgbImage() = default;
     RgbImage(uint32_t w, uint32_t h, bool alpha = false)
-        : width(w), height(h), hasAlpha(alpha), pixels(static_cast<size_t>(w) * h * (alpha ? 4 : 3))
+        : width(w)
+        , height(h)
+        , hasAlpha(alpha)
+        , pixels(static_cast<size_t>(w) * h * (alpha ? 4 : 3))
     {
     }
     uint32_t channels() const { return hasAlpha ? 4 : 3; }
     size_t rowBytes() const { return static_cast<size_t>(width) * channels(); }
-    uint8_t* pixel(uint32_t x, uint32_t y) { return pixels.data() + y * rowBytes() + x * channels(); }
+    uint8_t* pixel(uint32_t x, uint32_t y)
+    {
+        return pixels.data() + y * rowBytes() + x * channels();
+    }
     const uint8_t* pixel(uint32_t x, uint32_t y) const
     {
         return pixels.data() + y * rowBytes() + x * channels();

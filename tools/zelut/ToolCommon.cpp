@@ -8,12 +8,12 @@
 
 void fail(const std::string& message)
 {
-    throw ToolError{1, message};
+    throw ToolError { 1, message };
 }
 
 void usageError(const std::string& message)
 {
-    throw ToolError{2, message};
+    throw ToolError { 2, message };
 }
 
 std::string ParsedArgs::value(const std::string& name, const std::string& fallback) const
@@ -75,7 +75,7 @@ uint32_t parseCount(const std::string& option, const std::string& text, uint32_t
         value = std::stoull(text);
     if (!ok || value < min || value > max)
         usageError(option + " must be a whole number from " + std::to_string(min) + " to "
-                   + std::to_string(max) + ", not '" + text + "'");
+            + std::to_string(max) + ", not '" + text + "'");
     return static_cast<uint32_t>(value);
 }
 
@@ -90,8 +90,8 @@ void parseSize(const std::string& text, uint32_t& width, uint32_t& height)
 
 const std::vector<OptionSpec>& RenderSettings::options()
 {
-    static const std::vector<OptionSpec> specs = {
-        {"--format", true}, {"--matrix", true}, {"--range", true}, {"--threads", true}};
+    static const std::vector<OptionSpec> specs = { { "--format", true }, { "--matrix", true },
+        { "--range", true }, { "--threads", true } };
     return specs;
 }
 
@@ -163,26 +163,25 @@ TablePtr loadTableBytes(const std::vector<uint8_t>& bytes, const std::string& wh
     clearLibraryMessages();
     TablePtr table(ZecLut3DLoadTableFromFile(file.path().c_str()));
     if (!table)
-        fail("the library refused the " + what + " table: "
-             + libraryReason("no table (is the LUT file loader part of this build?)"));
+        fail("the library refused the " + what
+            + " table: " + libraryReason("no table (is the LUT file loader part of this build?)"));
     return table;
 }
 
 void renderFrame(Lut3DEffect* effect, Lut3DTable* table, const RenderSettings& settings,
-                 YuvFrame& frame, YuvFrame& out)
+    YuvFrame& frame, YuvFrame& out)
 {
-    Lut3DFrame source = {frame.luma(), frame.chroma(), nullptr,
-                         static_cast<int32_t>(frame.width),
-                         static_cast<int32_t>(frame.chromaStride())};
-    Lut3DFrame destination = {out.luma(), out.chroma(), nullptr, static_cast<int32_t>(out.width),
-                              static_cast<int32_t>(out.chromaStride())};
+    Lut3DFrame source = { frame.luma(), frame.chroma(), nullptr, static_cast<int32_t>(frame.width),
+        static_cast<int32_t>(frame.chromaStride()) };
+    Lut3DFrame destination = { out.luma(), out.chroma(), nullptr, static_cast<int32_t>(out.width),
+        static_cast<int32_t>(out.chromaStride()) };
     clearLibraryMessages();
     if (!ZecLut3DRenderEffect(effect, table, &source, &destination, settings.nv21 ? 1 : 0,
-                              settings.matrix == ColourMatrix::Bt601 ? 0 : 1,
-                              settings.range == ColourRange::Full ? 1 : 0, frame.width,
-                              static_cast<int32_t>(frame.height), 0))
+            settings.matrix == ColourMatrix::Bt601 ? 0 : 1,
+            settings.range == ColourRange::Full ? 1 : 0, frame.width,
+            static_cast<int32_t>(frame.height), 0))
         fail("the library refused to render a " + std::to_string(frame.width) + "x"
-             + std::to_string(frame.height) + " frame: " + libraryReason("no reason given"));
+            + std::to_string(frame.height) + " frame: " + libraryReason("no reason given"));
 }
 
 double secondsSince(const std::chrono::steady_clock::time_point& start)

@@ -81,7 +81,7 @@ TablePtr loadTableBytes(const std::vector<uint8_t>& bytes, const std::string& wh
 
 // Renders frame into out (the same size; may be the same object).
 void renderFrame(Lut3DEffect* effect, Lut3DTable* table, const RenderSettings& settings,
-                 YuvFrame& frame, YuvFrame& out);
+    YuvFrame& frame, YuvFrame& out);
 
 double secondsSince(const std::chrono::steady_clock::time_point& start);
 

@@ -45,14 +45,16 @@ bool readWholeFile(const std::string& path, std::string& data, std::string& erro
     return !failed;
 }
 
-bool writeFileReplacing(const std::string& path, const void* data, size_t size,
-                        std::string& error)
+bool writeFileReplacing(const std::string& path, const void* data, size_t size, std::string& error)
 {
     ReplacingFile file(path);
     return file.open(error) && file.write(data, size, error) && file.commit(error);
 }
 
-ReplacingFile::ReplacingFile(std::string path) : m_path(std::move(path)) {}
+ReplacingFile::ReplacingFile(std::string path)
+    : m_path(std::move(path))
+{
+}
 
 ReplacingFile::~ReplacingFile()
 {
@@ -111,8 +113,8 @@ bool ReplacingFile::commit(std::string& error)
     return true;
 }
 
-TemporaryFile::TemporaryFile(const std::vector<uint8_t>& bytes, const char* suffix,
-                             std::string& error)
+TemporaryFile::TemporaryFile(
+    const std::vector<uint8_t>& bytes, const char* suffix, std::string& error)
 {
     const char* dir = std::getenv("TMPDIR");
     std::string name = std::string(dir && *dir ? dir : "/tmp") + "/zelut-XXXXXX" + suffix;

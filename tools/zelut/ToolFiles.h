@@ -19,8 +19,7 @@
 #include <vector>
 
 bool readWholeFile(const std::string& path, std::string& data, std::string& error);
-bool writeFileReplacing(const std::string& path, const void* data, size_t size,
-                        std::string& error);
+bool writeFileReplacing(const std::string& path, const void* data, size_t size, std::string& error);
 
 // A file being written under a temporary name; commit() renames it over the
 // target, destruction without commit() removes it.

@@ -10,31 +10,28 @@
 
 namespace {
 
-const char kUsage[] =
-    "usage: zelut <command> [options] [arguments]\n"
-    "\n"
-    "Recolour NV12/NV21 video frames and images through 3D LUT files.\n"
-    "\n"
-    "commands:\n"
-    "  convert   turn a .cube table into a LUT file (or write an identity table)\n"
-    "  info      show what a LUT file holds, or why the library refuses it\n"
-    "  apply     render raw NV12/NV21 frames or a PNG image through a LUT file\n"
-    "  bench     time the renderer on synthetic frames\n"
-    "  demo      render a test chart through a sample grade and save PNGs\n"
-    "\n"
-    "'zelut <command> --help' describes each command.\n"
-    "Exit status: 0 success, 1 failure, 2 bad usage.\n";
+const char kUsage[]
+    = "usage: zelut <command> [options] [arguments]\n"
+      "\n"
+      "Recolour NV12/NV21 video frames and images through 3D LUT files.\n"
+      "\n"
+      "commands:\n"
+      "  convert   turn a .cube table into a LUT file (or write an identity table)\n"
+      "  info      show what a LUT file holds, or why the library refuses it\n"
+      "  apply     render raw NV12/NV21 frames or a PNG image through a LUT file\n"
+      "  bench     time the renderer on synthetic frames\n"
+      "  demo      render a test chart through a sample grade and save PNGs\n"
+      "\n"
+      "'zelut <command> --help' describes each command.\n"
+      "Exit status: 0 success, 1 failure, 2 bad usage.\n";
 
 struct Command {
     const char* name;
     int (*run)(const Args&);
 };
 
-const Command kCommands[] = {{"convert", runConvert},
-                             {"info", runInfo},
-                             {"apply", runApply},
-                             {"bench", runBench},
-                             {"demo", runDemo}};
+const Command kCommands[] = { { "convert", runConvert }, { "info", runInfo }, { "apply", runApply },
+    { "bench", runBench }, { "demo", runDemo } };
 
 } // namespace
 
@@ -62,7 +59,7 @@ int main(int argc, char** argv)
     } catch (const ToolError& e) {
         if (e.status == 2)
             std::fprintf(stderr, "zelut %s: %s; see 'zelut %s --help'\n", command->name,
-                         e.message.c_str(), command->name);
+                e.message.c_str(), command->name);
         else
             std::fprintf(stderr, "zelut %s: %s\n", command->name, e.message.c_str());
         return e.status;
