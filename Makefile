@@ -3,11 +3,12 @@
 #   make test-arm64      cross-build for aarch64 and run the tests under qemu
 #   make test-sanitize   run the tests under AddressSanitizer + UndefinedBehaviorSanitizer
 #   make bench           build and run the benchmarks
+#   make demo            build everything and render the demo chart into build/demo
 JOBS ?= $(shell nproc)
 GEN := $(shell command -v ninja >/dev/null 2>&1 && echo "-G Ninja")
 CTEST := ctest --output-on-failure -j $(JOBS)
 
-.PHONY: all deps deps-arm64 build test test-arm64 test-sanitize bench clean
+.PHONY: all deps deps-arm64 build test test-arm64 test-sanitize bench demo clean
 
 all: build
 
@@ -56,6 +57,10 @@ build/bench/CMakeCache.txt: | deps
 bench: deps build/bench/CMakeCache.txt
 	cmake --build build/bench -j $(JOBS)
 	@for b in build/bench/bench/bench_*; do [ -x "$$b" ] && "$$b"; done
+
+demo: build
+	@mkdir -p build/demo
+	build/host/tools/zelut/zelut demo --out build/demo
 
 clean:
 	rm -rf build

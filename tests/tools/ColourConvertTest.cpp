@@ -1,0 +1,126 @@
+// RGB <-> NV12/NV21 conversion of the tool's image path.
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <random>
+
+#include "ColourConvert.h"
+
+namespace {
+
+struct Yuv {
+    int y, u, v;
+};
+
+Yuv convertOne(uint8_t r, uint8_t g, uint8_t b, ColourMatrix m, ColourRange range)
+{
+    // A 2x2 image of one colour: one chroma pair, four equal lumas.
+    const uint8_t rgb[12] = { r, g, b, r, g, b, r, g, b, r, g, b };
+    YuvFrame f(2, 2);
+    rgbToYuv(rgb, 3, 6, m, range, false, f);
+    EXPECT_EQ(f.luma()[0], f.luma()[3]);
+    return { f.luma()[0], f.chroma()[0], f.chroma()[1] };
+}
+
+void expectYuv(Yuv got, Yuv want, const char* what)
+{
+    EXPECT_EQ(got.y, want.y) << what;
+    EXPECT_EQ(got.u, want.u) << what;
+    EXPECT_EQ(got.v, want.v) << what;
+}
+
+TEST(ColourConvert, KnownColours)
+{
+    const auto v601 = [](uint8_t r, uint8_t g, uint8_t b) {
+        return convertOne(r, g, b, ColourMatrix::Bt601, ColourRange::Video);
+    };
+    expectYuv(v601(255, 255, 255), { 235, 128, 128 }, "white, video");
+    expectYuv(v601(0, 0, 0), { 16, 128, 128 }, "black, video");
+    expectYuv(v601(255, 0, 0), { 81, 90, 240 }, "red, BT.601 video");
+    expectYuv(v601(0, 0, 255), { 41, 240, 110 }, "blue, BT.601 video");
+    expectYuv(convertOne(255, 0, 0, ColourMatrix::Bt709, ColourRange::Video), { 63, 102, 240 },
+        "red, BT.709 video");
+    expectYuv(convertOne(255, 255, 255, ColourMatrix::Bt709, ColourRange::Full), { 255, 128, 128 },
+        "white, full");
+    expectYuv(convertOne(255, 0, 0, ColourMatrix::Bt709, ColourRange::Full), { 54, 99, 255 },
+        "red, BT.709 full");
+}
+
+TEST(ColourConvert, Nv21SwapsTheChromaBytes)
+{
+    std::mt19937 rng(4);
+    std::vector<uint8_t> rgb(7 * 5 * 3);
+    for (uint8_t& c : rgb)
+        c = static_cast<uint8_t>(rng());
+    YuvFrame nv12(7, 5), nv21(7, 5);
+    rgbToYuv(rgb.data(), 3, 21, ColourMatrix::Bt709, ColourRange::Video, false, nv12);
+    rgbToYuv(rgb.data(), 3, 21, ColourMatrix::Bt709, ColourRange::Video, true, nv21);
+    for (size_t i = 0; i < 35; ++i)
+        EXPECT_EQ(nv12.bytes[i], nv21.bytes[i]);
+    for (size_t i = 35; i < nv12.bytes.size(); i += 2) {
+        EXPECT_EQ(nv12.bytes[i], nv21.bytes[i + 1]);
+        EXPECT_EQ(nv12.bytes[i + 1], nv21.bytes[i]);
+    }
+    std::vector<uint8_t> back12(rgb.size()), back21(rgb.size());
+    yuvToRgb(nv12, ColourMatrix::Bt709, ColourRange::Video, false, back12.data(), 3, 21);
+    yuvToRgb(nv21, ColourMatrix::Bt709, ColourRange::Video, true, back21.data(), 3, 21);
+    EXPECT_EQ(back12, back21);
+}
+
+// Blocks of one colour lose nothing to subsampling, so what comes back differs
+// from the input only by the 8-bit rounding of Y, U and V.
+TEST(ColourConvert, RoundTripOfFlatBlocksIsClose)
+{
+    std::mt19937 rng(9);
+    for (ColourMatrix m : { ColourMatrix::Bt601, ColourMatrix::Bt709 })
+        for (ColourRange range : { ColourRange::Video, ColourRange::Full }) {
+            const uint32_t w = 64, h = 64;
+            std::vector<uint8_t> rgb(w * h * 3);
+            for (uint32_t by = 0; by < h / 2; ++by)
+                for (uint32_t bx = 0; bx < w / 2; ++bx) {
+                    const uint8_t c[3] = { static_cast<uint8_t>(rng()), static_cast<uint8_t>(rng()),
+                        static_cast<uint8_t>(rng()) };
+                    for (uint32_t y = 2 * by; y < 2 * by + 2; ++y)
+                        for (uint32_t x = 2 * bx; x < 2 * bx + 2; ++x)
+                            for (int k = 0; k < 3; ++k)
+                                rgb[(y * w + x) * 3 + k] = c[k];
+                }
+            YuvFrame f(w, h);
+            rgbToYuv(rgb.data(), 3, w * 3, m, range, false, f);
+            std::vector<uint8_t> back(rgb.size());
+            yuvToRgb(f, m, range, false, back.data(), 3, w * 3);
+            int worst = 0;
+            for (size_t i = 0; i < rgb.size(); ++i)
+                worst = std::max(worst, std::abs(rgb[i] - back[i]));
+            EXPECT_LE(worst, range == ColourRange::Video ? 4 : 3);
+        }
+}
+
+TEST(ColourConvert, OddEdgesAverageOnlyRealPixelsAndAlphaIsKept)
+{
+    // 3x3 RGBA: the right column and bottom row form blocks of their own.
+    std::vector<uint8_t> rgba(3 * 3 * 4);
+    for (uint32_t i = 0; i < 9; ++i) {
+        const bool corner = i == 8;
+        rgba[i * 4 + 0] = corner ? 255 : 0;
+        rgba[i * 4 + 1] = 0;
+        rgba[i * 4 + 2] = corner ? 0 : 255;
+        rgba[i * 4 + 3] = static_cast<uint8_t>(i * 20);
+    }
+    YuvFrame f(3, 3);
+    ASSERT_EQ(f.bytes.size(), 9u + 8u);
+    rgbToYuv(rgba.data(), 4, 12, ColourMatrix::Bt601, ColourRange::Video, false, f);
+    const Yuv red = convertOne(255, 0, 0, ColourMatrix::Bt601, ColourRange::Video);
+    const Yuv blue = convertOne(0, 0, 255, ColourMatrix::Bt601, ColourRange::Video);
+    EXPECT_EQ(f.chroma()[4 + 2], red.u); // block (1, 1) holds the corner pixel alone
+    EXPECT_EQ(f.chroma()[4 + 3], red.v);
+    EXPECT_EQ(f.chroma()[2], blue.u); // block (1, 0): two blue pixels
+    EXPECT_EQ(f.chroma()[0], blue.u);
+    yuvToRgb(f, ColourMatrix::Bt601, ColourRange::Video, false, rgba.data(), 4, 12);
+    for (uint32_t i = 0; i < 9; ++i)
+        EXPECT_EQ(rgba[i * 4 + 3], i * 20);
+    EXPECT_GE(rgba[8 * 4 + 0], 250);
+    EXPECT_LE(rgba[8 * 4 + 2], 5);
+}
+
+} // namespace

@@ -1,0 +1,179 @@
+// The LUT file as the tool writes and reads it, and as the library takes it.
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <random>
+
+#include "DemoImages.h"
+#include "LutFile.h"
+#include "ToolTestSupport.h"
+#include "ZeLut3D.h"
+#include "lut/Lut3DTableBuilder.h"
+#include "support/TestFrames.h"
+
+namespace {
+
+uint32_t u32(const std::vector<uint8_t>& b, size_t at)
+{
+    return b[at] | b[at + 1] << 8 | b[at + 2] << 16 | static_cast<uint32_t>(b[at + 3]) << 24;
+}
+
+float f32(const std::vector<uint8_t>& b, size_t at)
+{
+    const uint32_t bits = u32(b, at);
+    float f;
+    std::memcpy(&f, &bits, 4);
+    return f;
+}
+
+std::string asString(const std::vector<uint8_t>& b)
+{
+    return std::string(b.begin(), b.end());
+}
+
+TEST(LutFile, WritesTheHeaderLevelsAndEntries)
+{
+    LutTable t;
+    t.n = 3;
+    t.levels = { 0.0f, 0.25f, 1.0f };
+    for (uint32_t i = 0; i < 81; ++i)
+        t.entries.push_back(static_cast<uint8_t>(i * 3));
+    const std::vector<uint8_t> b = encodeLutFile(t);
+    ASSERT_EQ(b.size(), 48u + 12 + 81);
+    EXPECT_EQ(std::memcmp(b.data(), "\x2E\x4B\x44\x2D\x4C\x55\x54\x20", 8), 0);
+    EXPECT_EQ(u32(b, 8), 1u); // version
+    EXPECT_EQ(u32(b, 12), 3u); // N
+    EXPECT_EQ(u32(b, 16), 0u); // 8-bit entries
+    EXPECT_NE(u32(b, 20), 0u); // three-dimensional
+    EXPECT_EQ(u32(b, 24) | u32(b, 28) | u32(b, 40) | u32(b, 44), 0u); // reserved
+    EXPECT_EQ(u32(b, 32), 48u);
+    EXPECT_EQ(u32(b, 36), 0u);
+    EXPECT_EQ(f32(b, 48), 0.0f);
+    EXPECT_EQ(f32(b, 52), 0.25f);
+    EXPECT_EQ(f32(b, 56), 1.0f);
+    EXPECT_EQ(std::vector<uint8_t>(b.begin() + 60, b.end()), t.entries);
+}
+
+TEST(LutFile, IdentityHoldsEachCellsOwnInput)
+{
+    const LutTable t = identityTable(5);
+    EXPECT_EQ(t.levels, (std::vector<float> { 0.0f, 0.25f, 0.5f, 0.75f, 1.0f }));
+    EXPECT_EQ(t.entries, identityEntries(5)); // the tests' own identity builder
+    const uint8_t* cell = &t.entries[3 * ((4 * 5 + 1) * 5 + 2)]; // (r, g, b) = (4, 1, 2)
+    EXPECT_EQ(cell[0], 255);
+    EXPECT_EQ(cell[1], 64); // 63.75 rounds up
+    EXPECT_EQ(cell[2], 128);
+}
+
+TEST(LutFile, DecodesFieldsAndChecksumsTheEntries)
+{
+    // A one-dimensional table of three 3-byte entries whose bytes are the
+    // CRC-32 check string "123456789" (CRC cbf43926), with a gap before the
+    // levels and one stray byte at the end.
+    std::vector<uint8_t> b(kLutSignature, kLutSignature + 8);
+    const uint32_t header[10] = { 1, 3, 0, 0, 0, 0, 52, 0, 0, 0 };
+    for (uint32_t v : header)
+        for (int i = 0; i < 4; ++i)
+            b.push_back(static_cast<uint8_t>(v >> (8 * i)));
+    b.resize(52, 0xEE);
+    const float levels[3] = { 0.0f, 0.5f, 0.9f };
+    b.insert(b.end(), reinterpret_cast<const uint8_t*>(levels),
+        reinterpret_cast<const uint8_t*>(levels) + 12);
+    for (char c : std::string("123456789!"))
+        b.push_back(static_cast<uint8_t>(c));
+    LutFileInfo info;
+    std::string error;
+    ASSERT_TRUE(decodeLutFile(asString(b), info, error)) << error;
+    EXPECT_EQ(info.version, 1u);
+    EXPECT_EQ(info.levelCount, 3u);
+    EXPECT_EQ(info.dimensions, 0u);
+    EXPECT_EQ(info.levelOffset, 52u);
+    EXPECT_EQ(info.levels, (std::vector<float>(levels, levels + 3)));
+    EXPECT_EQ(info.entryBytes, 9u);
+    EXPECT_EQ(info.entryCrc32, 0xcbf43926u);
+    EXPECT_EQ(info.trailingBytes, 1u);
+    EXPECT_EQ(info.fileBytes, b.size());
+}
+
+TEST(LutFile, NamesTheRuleABadFileBreaks)
+{
+    const std::vector<uint8_t> good = encodeLutFile(identityTable(2));
+    EXPECT_EQ(lutFileProblem(asString(good)), "");
+    auto with = [&](size_t at, uint32_t value) {
+        std::vector<uint8_t> b = good;
+        for (int i = 0; i < 4; ++i)
+            b[at + i] = static_cast<uint8_t>(value >> (8 * i));
+        return asString(b);
+    };
+    const std::string g = asString(good);
+    EXPECT_EQ(lutFileProblem(g.substr(0, 7)), "shorter than the 8-byte signature");
+    EXPECT_EQ(lutFileProblem("x" + g.substr(1)), "not a LUT file (no \".KD-LUT \" signature)");
+    EXPECT_EQ(lutFileProblem(g.substr(0, 10)), "file ends inside the header");
+    EXPECT_EQ(lutFileProblem(with(8, 2)), "unsupported version 2 (only version 1 is read)");
+    EXPECT_EQ(lutFileProblem(g.substr(0, 47)), "file ends inside the 48-byte header");
+    EXPECT_EQ(lutFileProblem(with(16, 7)), "unknown entry type 7");
+    EXPECT_EQ(lutFileProblem(with(12, 0)), "level count 0 is outside 1 to 65");
+    EXPECT_EQ(lutFileProblem(with(12, 66)), "level count 66 is outside 1 to 65");
+    EXPECT_EQ(lutFileProblem(with(32, 1000)), "the level values run past the end of the file");
+    EXPECT_EQ(
+        lutFileProblem(g.substr(0, g.size() - 1)), "the entries run past the end of the file");
+    EXPECT_EQ(lutFileProblem(with(20, 0)), "one-dimensional table");
+    EXPECT_EQ(lutFileProblem(with(16, 3)), "the entries run past the end of the file");
+    EXPECT_EQ(lutFileProblem(with(16, 3) + std::string(72, '\0')), "entries are not 8-bit");
+}
+
+TEST(LutFile, UniformLevelsAsTheLibraryJudgesThem)
+{
+    std::vector<float> levels = unitLevels(33);
+    EXPECT_TRUE(levelsUniform(levels));
+    levels[0] = 0.0019f; // within 1/512 of 0
+    EXPECT_TRUE(levelsUniform(levels));
+    levels[0] = 0.0f;
+    levels[16] += 0.01f; // one inner level moved
+    EXPECT_FALSE(levelsUniform(levels));
+    EXPECT_FALSE(levelsUniform({ 0.0f, 0.45f, 0.9f })); // stops short of 1
+    EXPECT_FALSE(levelsUniform({ 0.5f })); // one level is never uniform
+    EXPECT_TRUE(levelsUniform({ 0.0f, 1.0f }));
+}
+
+// A file written by the tool renders exactly as the same entries built into a
+// table in memory: the byte order and levels are read as they were meant.
+TEST(LutFile, LibraryLoadsWhatTheToolWrites)
+{
+    SKIP_WITHOUT_LUT_LOADER();
+    TempDir dir;
+    std::mt19937 rng(11);
+    LutTable random;
+    random.n = 9;
+    random.levels = unitLevels(9);
+    random.entries = randomEntries(9, rng);
+    LutTable shifted = identityTable(6);
+    shifted.levels = { 0.0f, 0.1f, 0.3f, 0.6f, 0.8f, 1.0f }; // not uniform
+    for (const LutTable* t : { &random, &shifted }) {
+        const std::string path = dir.path("t.lut");
+        writeBytes(path, encodeLutFile(*t));
+        Lut3DTable* loaded = ZecLut3DLoadTableFromFile(path.c_str());
+        ASSERT_NE(loaded, nullptr);
+        Lut3DTable* built = Lut3DTableCreate(t->levels.data(), t->n, t->entries.data());
+        Lut3DEffect* effect = ZecLut3DCreateEffect(1);
+        TestFrame source(67, 9), a(67, 9), b(67, 9);
+        source.fillRandom(3);
+        Lut3DFrame s = source.descriptor(), da = a.descriptor(), db = b.descriptor();
+        EXPECT_EQ(ZecLut3DRenderEffect(effect, loaded, &s, &da, 0, 1, 0, 67, 9, 0), 1);
+        EXPECT_EQ(ZecLut3DRenderEffect(effect, built, &s, &db, 0, 1, 0, 67, 9, 0), 1);
+        EXPECT_EQ(a.pixels(), b.pixels());
+        ZecLut3DDestroyEffect(effect);
+        ZecLut3DDestroyTable(built);
+        ZecLut3DDestroyTable(loaded);
+    }
+    // The demo's grade and the largest identity load too.
+    for (const LutTable& t : { sampleGradeTable(33), identityTable(65) }) {
+        const std::string path = dir.path("g.lut");
+        writeBytes(path, encodeLutFile(t));
+        Lut3DTable* loaded = ZecLut3DLoadTableFromFile(path.c_str());
+        EXPECT_NE(loaded, nullptr);
+        ZecLut3DDestroyTable(loaded);
+    }
+}
+
+} // namespace

@@ -1,0 +1,370 @@
+// The zelut program as a user runs it: exit statuses, one-line errors, and
+// outputs checked against renders through the library.
+#include <gtest/gtest.h>
+
+#include <random>
+#include <zlib.h>
+
+#include "ColourConvert.h"
+#include "CubeFile.h"
+#include "LutFile.h"
+#include "PngImage.h"
+#include "ToolTestSupport.h"
+#include "ZeLut3D.h"
+#include "support/TestFrames.h"
+
+namespace {
+
+std::string identityCubeText(uint32_t n)
+{
+    std::string text = "TITLE \"identity\"\r\n# written by the test\r\nLUT_3D_SIZE "
+        + std::to_string(n) + "\r\nDOMAIN_MIN 0 0 0\r\nDOMAIN_MAX 1 1 1\r\n\r\n";
+    char line[96];
+    for (uint32_t b = 0; b < n; ++b)
+        for (uint32_t g = 0; g < n; ++g)
+            for (uint32_t r = 0; r < n; ++r) {
+                std::snprintf(line, sizeof line, "%.6f %.6f %.6f\r\n", r / double(n - 1),
+                    g / double(n - 1), b / double(n - 1));
+                text += line;
+            }
+    return text;
+}
+
+std::vector<uint8_t> randomTableFile(uint32_t n, uint32_t seed)
+{
+    std::mt19937 rng(seed);
+    LutTable t;
+    t.n = n;
+    t.levels = unitLevels(n);
+    t.entries = randomEntries(n, rng);
+    return encodeLutFile(t);
+}
+
+void expectOneErrorLine(const ZelutRun& r, int status, const std::string& line)
+{
+    EXPECT_EQ(r.status, status) << r.err;
+    const std::vector<std::string> lines = r.errLines();
+    ASSERT_EQ(lines.size(), 1u) << r.err;
+    EXPECT_EQ(lines[0], line);
+}
+
+TEST(ZelutCommand, UsageErrorsExitTwoWithOneLine)
+{
+    expectOneErrorLine(runZelut({}), 2, "zelut: no command given; see 'zelut --help'");
+    expectOneErrorLine(
+        runZelut({ "paint" }), 2, "zelut: unknown command 'paint'; see 'zelut --help'");
+    expectOneErrorLine(runZelut({ "convert", "a.cube" }), 2,
+        "zelut convert: expected IN.cube and OUT.lut; see 'zelut convert --help'");
+    expectOneErrorLine(runZelut({ "convert", "--identity", "66", "o.lut" }), 2,
+        "zelut convert: --identity must be a whole number from 2 to 65, not '66'; "
+        "see 'zelut convert --help'");
+    expectOneErrorLine(
+        runZelut({ "info" }), 2, "zelut info: missing FILE.lut; see 'zelut info --help'");
+    expectOneErrorLine(runZelut({ "apply", "--lut", "t.lut", "--colour", "x", "a", "b" }), 2,
+        "zelut apply: unknown option --colour; see 'zelut apply --help'");
+    expectOneErrorLine(runZelut({ "apply", "a.yuv", "b.yuv" }), 2,
+        "zelut apply: --lut F.lut is required; see 'zelut apply --help'");
+    expectOneErrorLine(runZelut({ "apply", "--lut", "t.lut", "a.yuv", "b.yuv" }), 2,
+        "zelut apply: raw frames need --size WxH; see 'zelut apply --help'");
+    expectOneErrorLine(runZelut({ "apply", "--lut", "t.lut", "--size", "64x", "a", "b" }), 2,
+        "zelut apply: --size height must be a whole number from 1 to 16384, not ''; "
+        "see 'zelut apply --help'");
+    expectOneErrorLine(runZelut({ "apply", "--lut", "t.lut", "a.png", "b.yuv" }), 2,
+        "zelut apply: IN and OUT must both be PNG images or both raw frames; "
+        "see 'zelut apply --help'");
+    expectOneErrorLine(runZelut({ "apply", "--lut=t.lut", "--matrix=bt2020", "a.png", "b.png" }), 2,
+        "zelut apply: --matrix must be bt601 or bt709, not 'bt2020'; "
+        "see 'zelut apply --help'");
+    expectOneErrorLine(runZelut({ "bench", "--threads" }), 2,
+        "zelut bench: --threads needs a value; see 'zelut bench --help'");
+    expectOneErrorLine(runZelut({ "demo", "--out", "a", "--out", "b" }), 2,
+        "zelut demo: --out given twice; see 'zelut demo --help'");
+}
+
+TEST(ZelutCommand, EveryCommandHasHelp)
+{
+    const ZelutRun top = runZelut({ "--help" });
+    EXPECT_EQ(top.status, 0);
+    EXPECT_EQ(top.out.rfind("usage: zelut <command>", 0), 0u);
+    for (const char* command : { "convert", "info", "apply", "bench", "demo" }) {
+        const ZelutRun r = runZelut({ command, "--help" });
+        EXPECT_EQ(r.status, 0) << command;
+        EXPECT_EQ(r.out.rfind(std::string("usage: zelut ") + command, 0), 0u) << r.out;
+        EXPECT_EQ(r.err, "");
+    }
+}
+
+TEST(ZelutCommand, ConvertedIdentityCubeEqualsIdentityByteForByte)
+{
+    TempDir dir;
+    for (uint32_t n : { 2u, 33u }) {
+        writeText(dir.path("id.cube"), identityCubeText(n));
+        const ZelutRun a = runZelut({ "convert", dir.path("id.cube"), dir.path("a.lut") });
+        ASSERT_EQ(a.status, 0) << a.err;
+        EXPECT_EQ(a.out,
+            dir.path("a.lut") + ": " + std::to_string(n) + "-level 3D table ("
+                + std::to_string(48 + 4 * n + 3 * n * n * n) + " bytes) from " + dir.path("id.cube")
+                + " \"identity\"\n");
+        const ZelutRun b
+            = runZelut({ "convert", "--identity", std::to_string(n), dir.path("b.lut") });
+        ASSERT_EQ(b.status, 0) << b.err;
+        EXPECT_EQ(readBytes(dir.path("a.lut")), readBytes(dir.path("b.lut")));
+        EXPECT_EQ(readBytes(dir.path("b.lut")), encodeLutFile(identityTable(n)));
+    }
+}
+
+TEST(ZelutCommand, ConvertRefusalsNameTheLineAndWriteNothing)
+{
+    TempDir dir;
+    const std::string in = dir.path("bad.cube"), out = dir.path("out.lut");
+    writeText(in, "LUT_3D_SIZE 2\r\n0 0 0\r\n0 0 O.5\r\n");
+    expectOneErrorLine(
+        runZelut({ "convert", in, out }), 1, "zelut convert: " + in + ":3: 'O.5' is not a number");
+    writeText(in, "LUT_1D_SIZE 1024\n");
+    expectOneErrorLine(runZelut({ "convert", in, out }), 1,
+        "zelut convert: " + in
+            + ":1: one-dimensional tables (LUT_1D_SIZE) are not supported; only 3D "
+              "tables convert");
+    expectOneErrorLine(runZelut({ "convert", dir.path("none.cube"), out }), 1,
+        "zelut convert: " + dir.path("none.cube") + ": No such file or directory");
+    EXPECT_FALSE(fileExists(out));
+    writeText(in, identityCubeText(2));
+    expectOneErrorLine(runZelut({ "convert", in, dir.path("missing/out.lut") }), 1,
+        "zelut convert: " + dir.path("missing/out.lut") + ": No such file or directory");
+}
+
+TEST(ZelutCommand, InfoRefusesBadFilesWithOneClearLine)
+{
+    TempDir dir;
+    std::vector<uint8_t> bytes = encodeLutFile(identityTable(3));
+    bytes[8] = 2; // version 2: the library refuses it without a message
+    writeBytes(dir.path("v2.lut"), bytes);
+    expectOneErrorLine(runZelut({ "info", dir.path("v2.lut") }), 1,
+        "zelut info: " + dir.path("v2.lut") + ": unsupported version 2 (only version 1 is read)");
+    bytes = encodeLutFile(identityTable(3));
+    bytes[12] = 66;
+    writeBytes(dir.path("n66.lut"), bytes);
+    expectOneErrorLine(runZelut({ "info", dir.path("n66.lut") }), 1,
+        "zelut info: " + dir.path("n66.lut") + ": level count 66 is outside 1 to 65");
+}
+
+// The library's own reasons, shown without liblog's decoration or the
+// source position.
+TEST(ZelutCommand, InfoShowsTheLibrarysReason)
+{
+    SKIP_WITHOUT_LUT_LOADER();
+    TempDir dir;
+    std::vector<uint8_t> bytes = encodeLutFile(identityTable(3));
+    bytes[0] = 'X';
+    writeBytes(dir.path("sig.lut"), bytes);
+    expectOneErrorLine(runZelut({ "info", dir.path("sig.lut") }), 1,
+        "zelut info: " + dir.path("sig.lut") + ": Invalid lut file signature!");
+    bytes = encodeLutFile(identityTable(3));
+    bytes.pop_back();
+    writeBytes(dir.path("short.lut"), bytes);
+    expectOneErrorLine(runZelut({ "info", dir.path("short.lut") }), 1,
+        "zelut info: " + dir.path("short.lut") + ": Failed to read lut data!");
+    bytes = encodeLutFile(identityTable(3));
+    bytes[20] = 0;
+    writeBytes(dir.path("1d.lut"), bytes);
+    expectOneErrorLine(runZelut({ "info", dir.path("1d.lut") }), 1,
+        "zelut info: " + dir.path("1d.lut") + ": We only support 3D LUT file!");
+}
+
+TEST(ZelutCommand, InfoShowsTheFields)
+{
+    SKIP_WITHOUT_LUT_LOADER();
+    TempDir dir;
+    LutTable t = identityTable(17);
+    t.levels[3] += 0.01f;
+    writeBytes(dir.path("t.lut"), encodeLutFile(t));
+    const ZelutRun r = runZelut({ "info", dir.path("t.lut") });
+    ASSERT_EQ(r.status, 0) << r.err;
+    char crc[16];
+    std::snprintf(
+        crc, sizeof crc, "%08lx", crc32(0, t.entries.data(), static_cast<uInt>(t.entries.size())));
+    for (const std::string& line :
+        { std::string("version:      1\n"), std::string("levels (N):   17\n"),
+            std::string("entry type:   0 (8-bit RGB)\n"), std::string("level offset: 48\n"),
+            std::string("uniform:      no\n"), std::string("first level:  0\n"),
+            std::string("last level:   1\n"), "checksum:     " + std::string(crc) })
+        EXPECT_NE(r.out.find(line), std::string::npos) << line << " in\n" << r.out;
+    writeBytes(dir.path("u.lut"), encodeLutFile(identityTable(33)));
+    EXPECT_NE(
+        runZelut({ "info", dir.path("u.lut") }).out.find("uniform:      yes\n"), std::string::npos);
+}
+
+// Each output frame equals a render of the same input frame through the
+// library with the same arguments.
+TEST(ZelutCommand, ApplyRendersEveryRawFrame)
+{
+    SKIP_WITHOUT_LUT_LOADER();
+    TempDir dir;
+    const uint32_t w = 37, h = 19, frames = 3;
+    writeBytes(dir.path("t.lut"), randomTableFile(7, 5));
+    std::vector<uint8_t> input;
+    for (uint32_t i = 0; i < frames; ++i) {
+        TestFrame f(w, h);
+        f.fillRandom(100 + i);
+        const std::vector<uint8_t> p = f.pixels();
+        input.insert(input.end(), p.begin(), p.end());
+    }
+    writeBytes(dir.path("in.yuv"), input);
+    const ZelutRun r = runZelut(
+        { "apply", "--lut", dir.path("t.lut"), "--format", "nv21", "--matrix", "bt601", "--range",
+            "full", "--threads", "3", "--size", "37x19", dir.path("in.yuv"), dir.path("out.yuv") });
+    ASSERT_EQ(r.status, 0) << r.err;
+    EXPECT_EQ(r.err, ""); // no progress bar when stderr is not a terminal
+    EXPECT_EQ(
+        r.out.rfind(dir.path("out.yuv") + ": 3 frames of 37x19 (NV21, BT.601 full range) in ", 0),
+        0u)
+        << r.out;
+    EXPECT_NE(r.out.find(" frames/s"), std::string::npos);
+    const std::vector<uint8_t> output = readBytes(dir.path("out.yuv"));
+    ASSERT_EQ(output.size(), input.size());
+
+    const std::string lutPath = dir.path("t.lut");
+    Lut3DTable* table = ZecLut3DLoadTableFromFile(lutPath.c_str());
+    ASSERT_NE(table, nullptr);
+    Lut3DEffect* effect = ZecLut3DCreateEffect(1);
+    const size_t frameBytes = input.size() / frames;
+    for (uint32_t i = 0; i < frames; ++i) {
+        std::vector<uint8_t> frame(
+            input.begin() + i * frameBytes, input.begin() + (i + 1) * frameBytes);
+        std::vector<uint8_t> want(frameBytes);
+        Lut3DFrame src
+            = { frame.data(), frame.data() + w * h, nullptr, int32_t(w), int32_t(w + 1) };
+        Lut3DFrame dst = { want.data(), want.data() + w * h, nullptr, int32_t(w), int32_t(w + 1) };
+        ASSERT_EQ(ZecLut3DRenderEffect(effect, table, &src, &dst, 1, 0, 1, w, h, 0), 1);
+        EXPECT_EQ(std::vector<uint8_t>(
+                      output.begin() + i * frameBytes, output.begin() + (i + 1) * frameBytes),
+            want)
+            << "frame " << i;
+    }
+    ZecLut3DDestroyEffect(effect);
+    ZecLut3DDestroyTable(table);
+}
+
+TEST(ZelutCommand, ApplyRefusesRawFilesOfTheWrongSize)
+{
+    TempDir dir;
+    writeBytes(dir.path("t.lut"), encodeLutFile(identityTable(2)));
+    writeBytes(dir.path("in.yuv"), std::vector<uint8_t>(100));
+    // Found before the table is loaded.
+    const ZelutRun r = runZelut({ "apply", "--lut", dir.path("t.lut"), "--size", "8x8",
+        dir.path("in.yuv"), dir.path("out.yuv") });
+    expectOneErrorLine(r, 1,
+        "zelut apply: " + dir.path("in.yuv")
+            + ": 100 bytes are not a whole number of 8x8 frames (96 bytes "
+              "each); check --size");
+    EXPECT_FALSE(fileExists(dir.path("out.yuv")));
+    writeBytes(dir.path("in.yuv"), std::vector<uint8_t>(96 * 2));
+    expectOneErrorLine(runZelut({ "apply", "--lut", dir.path("t.lut"), "--size", "8x8",
+                           dir.path("in.yuv"), dir.path("in.yuv") }),
+        1, "zelut apply: IN and OUT are the same file; write to another file");
+    EXPECT_EQ(readBytes(dir.path("in.yuv")), std::vector<uint8_t>(96 * 2));
+    expectOneErrorLine(runZelut({ "apply", "--lut", dir.path("t.lut"), dir.path("none.png"),
+                           dir.path("out.png") }),
+        1, "zelut apply: " + dir.path("none.png") + ": No such file or directory");
+}
+
+// The PNG path: the image converted to NV12 with the tool's converter,
+// rendered by the library, converted back; alpha untouched.
+TEST(ZelutCommand, ApplyRoundTripsAPng)
+{
+    SKIP_WITHOUT_LUT_LOADER();
+    TempDir dir;
+    RgbImage image(41, 23, true);
+    std::mt19937 rng(8);
+    for (uint8_t& b : image.pixels)
+        b = static_cast<uint8_t>(rng());
+    std::string error;
+    ASSERT_TRUE(writePng(dir.path("in.png"), image, error)) << error;
+    writeBytes(dir.path("t.lut"), randomTableFile(5, 6));
+    const ZelutRun r = runZelut({ "apply", "--lut", dir.path("t.lut"), "--matrix", "bt601",
+        dir.path("in.png"), dir.path("out.png") });
+    ASSERT_EQ(r.status, 0) << r.err;
+    RgbImage out;
+    ASSERT_TRUE(readPng(dir.path("out.png"), out, error)) << error;
+
+    YuvFrame frame(41, 23);
+    rgbToYuv(image.pixels.data(), 4, image.rowBytes(), ColourMatrix::Bt601, ColourRange::Video,
+        false, frame);
+    const std::string lutPath = dir.path("t.lut");
+    Lut3DTable* table = ZecLut3DLoadTableFromFile(lutPath.c_str());
+    ASSERT_NE(table, nullptr);
+    Lut3DEffect* effect = ZecLut3DCreateEffect(1);
+    Lut3DFrame f = { frame.luma(), frame.chroma(), nullptr, 41, int32_t(frame.chromaStride()) };
+    ASSERT_EQ(ZecLut3DRenderEffect(effect, table, &f, &f, 0, 0, 0, 41, 23, 0), 1);
+    ZecLut3DDestroyEffect(effect);
+    ZecLut3DDestroyTable(table);
+    RgbImage want = image;
+    yuvToRgb(frame, ColourMatrix::Bt601, ColourRange::Video, false, want.pixels.data(), 4,
+        want.rowBytes());
+    ASSERT_TRUE(out.hasAlpha);
+    EXPECT_EQ(out.pixels, want.pixels);
+    for (size_t i = 3; i < out.pixels.size(); i += 4)
+        ASSERT_EQ(out.pixels[i], image.pixels[i]);
+}
+
+// Through an identity table an image comes back close to itself: the tool's
+// conversions agree with the library's YUV handling.
+TEST(ZelutCommand, ApplyWithAnIdentityTableKeepsTheImage)
+{
+    SKIP_WITHOUT_LUT_LOADER();
+    TempDir dir;
+    RgbImage image(64, 32);
+    for (uint32_t y = 0; y < 32; ++y)
+        for (uint32_t x = 0; x < 64; ++x) {
+            uint8_t* p = image.pixel(x, y);
+            p[0] = static_cast<uint8_t>(x * 4);
+            p[1] = static_cast<uint8_t>(y * 8);
+            p[2] = static_cast<uint8_t>(255 - x * 2);
+        }
+    std::string error;
+    ASSERT_TRUE(writePng(dir.path("in.png"), image, error)) << error;
+    writeBytes(dir.path("id.lut"), encodeLutFile(identityTable(33)));
+    for (const char* range : { "video", "full" }) {
+        const ZelutRun r = runZelut({ "apply", "--lut", dir.path("id.lut"), "--range", range,
+            dir.path("in.png"), dir.path("out.png") });
+        ASSERT_EQ(r.status, 0) << r.err;
+        RgbImage out;
+        ASSERT_TRUE(readPng(dir.path("out.png"), out, error)) << error;
+        int worst = 0;
+        for (size_t i = 0; i < out.pixels.size(); ++i)
+            worst = std::max(worst, std::abs(out.pixels[i] - image.pixels[i]));
+        EXPECT_LE(worst, 12) << range;
+    }
+}
+
+TEST(ZelutCommand, DemoAndBenchRunWithoutInput)
+{
+    SKIP_WITHOUT_LUT_LOADER();
+    TempDir dir;
+    const ZelutRun demo
+        = runZelut({ "demo", "--out", dir.path(), "--size", "96x54", "--threads", "1" });
+    ASSERT_EQ(demo.status, 0) << demo.err;
+    EXPECT_NE(demo.out.find("  before:  " + dir.path("demo-before.png") + "\n"), std::string::npos)
+        << demo.out;
+    EXPECT_NE(
+        demo.out.find("  compare: " + dir.path("demo-compare.png") + "\n"), std::string::npos);
+    EXPECT_NE(demo.out.find(" ms per frame"), std::string::npos);
+    RgbImage before, after, compare;
+    std::string error;
+    ASSERT_TRUE(readPng(dir.path("demo-before.png"), before, error)) << error;
+    ASSERT_TRUE(readPng(dir.path("demo-after.png"), after, error)) << error;
+    ASSERT_TRUE(readPng(dir.path("demo-compare.png"), compare, error)) << error;
+    EXPECT_EQ(before.width, 96u);
+    EXPECT_EQ(after.height, 54u);
+    EXPECT_GT(compare.width, 2 * 96u);
+    EXPECT_NE(before.pixels, after.pixels);
+
+    const ZelutRun bench
+        = runZelut({ "bench", "--size", "64x32", "--frames", "3", "--threads", "1" });
+    ASSERT_EQ(bench.status, 0) << bench.err;
+    EXPECT_NE(bench.out.find("  3 frames in "), std::string::npos) << bench.out;
+    for (const char* unit : { " ms/frame", " frames/s", " ns/pixel" })
+        EXPECT_NE(bench.out.find(unit), std::string::npos) << bench.out;
+}
+
+} // namespace

@@ -1,0 +1,89 @@
+/* A host program built against an installed libZeLutEffect: C99, the public
+ * header only. Writes a 2-level table that maps every colour to white, loads
+ * it, renders a small NV12 frame and checks the result. */
+#include <stdio.h>
+#include <string.h>
+
+#include "ZeLut3D.h"
+
+static void put32(unsigned char* p, unsigned v)
+{
+    p[0] = (unsigned char)v;
+    p[1] = (unsigned char)(v >> 8);
+    p[2] = (unsigned char)(v >> 16);
+    p[3] = (unsigned char)(v >> 24);
+}
+
+static int writeWhiteTable(const char* path)
+{
+    unsigned char file[48 + 8 + 24];
+    const float levels[2] = {0.0f, 1.0f};
+    FILE* f;
+    memset(file, 0, sizeof file);
+    memcpy(file, ".KD-LUT ", 8);
+    put32(file + 8, 1);  /* version */
+    put32(file + 12, 2); /* levels per axis */
+    put32(file + 16, 0); /* 8-bit entries */
+    put32(file + 20, 1); /* three-dimensional */
+    put32(file + 32, 48);
+    memcpy(file + 48, levels, sizeof levels);
+    memset(file + 56, 255, 24);
+    f = fopen(path, "wb");
+    if (!f)
+        return 0;
+    if (fwrite(file, 1, sizeof file, f) != sizeof file) {
+        fclose(f);
+        return 0;
+    }
+    return fclose(f) == 0;
+}
+
+int main(int argc, char** argv)
+{
+    unsigned char luma[8 * 2], chroma[8];
+    Lut3DFrame frame;
+    Lut3DEffect* effect;
+    Lut3DTable* table;
+    int i, ok;
+
+    if (argc != 2 || !writeWhiteTable(argv[1])) {
+        fprintf(stderr, "consumer: usage: consumer SCRATCH.lut (writable)\n");
+        return 1;
+    }
+    memset(luma, 60, sizeof luma);
+    memset(chroma, 90, sizeof chroma);
+    frame.lumaPlane = luma;
+    frame.chromaPlane = chroma;
+    frame.thirdPlane = NULL;
+    frame.lumaStride = 8;
+    frame.chromaStride = 8;
+
+    effect = ZecLut3DCreateEffect(1);
+    if (ZecLut3DRenderEffect(effect, NULL, &frame, &frame, 0, 0, 0, 8, 2, 0) != 0) {
+        fprintf(stderr, "consumer: a render without a table was not refused\n");
+        return 1;
+    }
+    if (ZecLut3DLoadTableFromFile("/nonexistent/consumer.lut") != NULL) {
+        fprintf(stderr, "consumer: a missing file gave a table\n");
+        return 1;
+    }
+    table = ZecLut3DLoadTableFromFile(argv[1]);
+    if (!table) {
+        printf("consumer: no table loaded from a valid LUT file\n");
+        ZecLut3DDestroyEffect(effect);
+        return 0;
+    }
+    ok = ZecLut3DRenderEffect(effect, table, &frame, &frame, 0, 0, 0, 8, 2, 0) == 1;
+    for (i = 0; i < 16; ++i)
+        ok = ok && luma[i] == 235; /* white in video range */
+    for (i = 0; i < 8; ++i)
+        ok = ok && chroma[i] == 128;
+    ZecLut3DDestroyTable(table);
+    ZecLut3DDestroyEffect(effect);
+    if (!ok) {
+        fprintf(stderr, "consumer: the frame did not turn white\n");
+        return 1;
+    }
+    printf("consumer: rendered a frame through the installed library\n");
+    return 0;
+}

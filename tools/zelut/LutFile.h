@@ -1,0 +1,67 @@
+/*
+ * The binary LUT file the library loads: a 48-byte little-endian header, N
+ * level values as 32-bit floats, then N^3 entries of three output bytes.
+ *
+ *   LutTable t = identityTable(33);
+ *   std::vector<uint8_t> bytes = encodeLutFile(t);     // ready to write
+ *   LutFileInfo info;
+ *   if (!decodeLutFile(bytes, info, error)) ...        // header fields for display
+ *
+ * Entry (r, g, b) of a three-dimensional table is number (r * N + g) * N + b:
+ * the blue input index runs fastest.
+ */
+#ifndef ZELUT_LUTFILE_H
+#define ZELUT_LUTFILE_H
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+constexpr uint32_t kLutHeaderBytes = 48;
+constexpr uint32_t kLutMaxLevels = 65;
+extern const char kLutSignature[8]; // ".KD-LUT "
+
+// A three-dimensional table with 8-bit entries, as this tool writes them.
+struct LutTable {
+    uint32_t n = 0;
+    std::vector<float> levels; // n input values, shared by the three axes
+    std::vector<uint8_t> entries; // n^3 (R, G, B) triples, blue index fastest
+};
+
+// Header, level offset 48, levels, entries; reserved words 0.
+std::vector<uint8_t> encodeLutFile(const LutTable& table);
+
+// Levels i / (n - 1) in single precision, as the library's uniform tables use.
+std::vector<float> unitLevels(uint32_t n);
+
+// Every cell holds its own input: round(level x 255) in R, G and B.
+LutTable identityTable(uint32_t n);
+
+// An output value in 0..1 as an entry byte, clamped and rounded to nearest.
+uint8_t lutByte(double value);
+
+struct LutFileInfo {
+    uint32_t version = 0;
+    uint32_t levelCount = 0;
+    uint32_t entryType = 0;
+    uint32_t dimensions = 0;
+    uint64_t levelOffset = 0;
+    uint64_t fileBytes = 0;
+    std::vector<float> levels;
+    uint64_t entryBytes = 0; // as the header implies
+    uint32_t entryCrc32 = 0;
+    uint64_t trailingBytes = 0; // bytes after the entries
+};
+
+// Reads the fields of a file that the library accepted; on a file too short
+// or inconsistent for that, false and a reason.
+bool decodeLutFile(const std::string& bytes, LutFileInfo& info, std::string& error);
+
+// The library's reason, when it gives none, for refusing a file: the first
+// rule of the format that the bytes break. Empty when none is broken.
+std::string lutFileProblem(const std::string& bytes);
+
+// Evenly spaced from 0 to 1 within 1/512, judged as the library judges it.
+bool levelsUniform(const std::vector<float>& levels);
+
+#endif
