@@ -31,11 +31,13 @@ struct CZeDebugLogStream;
 
 class ZE_EXPORT CZeDebugLog {
 public:
-    enum ZeMessageType { ZeDebugMsg = 0, ZeInfoMsg = 1, ZeWarningMsg = 2, ZeErrorMsg = 3 };
+    // A fixed underlying type: any 32-bit value is a valid message type (unknown
+    // types are logged as verbose).
+    enum ZeMessageType : int { ZeDebugMsg = 0, ZeInfoMsg = 1, ZeWarningMsg = 2, ZeErrorMsg = 3 };
 
     // Which message types pass: None nothing, Error only errors, Warning adds
     // warnings, Info adds info, Verbose everything (debug and unknown types).
-    enum DebugLevel {
+    enum DebugLevel : int {
         DebugLevelNone = 0,
         DebugLevelError = 1,
         DebugLevelWarning = 2,
