@@ -283,7 +283,16 @@ public:
     {
         return isNull() ? CZeByteArray() : toLocal8Bit_helper(unicode(), size());
     }
-    std::vector<unsigned int> toUcs4() const;
+    // Code points; unpaired surrogates give U+FFFD. Inline so that the vector
+    // is built (and may throw) in the caller's code, not inside the library.
+    std::vector<unsigned int> toUcs4() const
+    {
+        std::vector<unsigned int> result(static_cast<size_t>(size()));
+        const int n = toUcs4_helper(static_cast<const unsigned short*>(d->data()), size(),
+                                    result.data());
+        result.resize(static_cast<size_t>(n));
+        return result;
+    }
 
     // The helpers behind the conversions: a pointer and a length each.
     // fromUtf8_helper reports through `replaced` whether any U+FFFD was produced.

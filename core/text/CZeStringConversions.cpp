@@ -4,7 +4,6 @@
 #include "CZeString.h"
 
 #include <cstring>
-#include <new>
 
 #include "core/text/ZeTextConvert.h"
 
@@ -156,18 +155,4 @@ int CZeString::toUcs4_helper(const unsigned short* unicode, int length, unsigned
         }
     }
     return written;
-}
-
-std::vector<unsigned int> CZeString::toUcs4() const
-{
-    std::vector<unsigned int> result;
-    try {
-        result.resize(size_t(size()));
-    } catch (const std::bad_alloc&) {
-        return std::vector<unsigned int>();
-    }
-    const int n =
-        toUcs4_helper(static_cast<const unsigned short*>(d->data()), size(), result.data());
-    result.resize(size_t(n));
-    return result;
 }
