@@ -1,0 +1,14 @@
+/*
+ * ZeCore.h - every exported class of the core library in one include.
+ *
+ *   #include "ZeCore.h"
+ *   CZeString s = CZeString::fromUtf8("text");
+ */
+#ifndef ZECORE_H
+#define ZECORE_H
+
+#include "CZeByteArray.h"
+#include "CZeDebugLog.h"
+#include "CZeString.h"
+
+#endif /* ZECORE_H */
