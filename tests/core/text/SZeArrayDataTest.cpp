@@ -176,9 +176,6 @@ TEST(SZeArrayData, ReferenceProtocol)
 
 TEST(SZeArrayData, CountingIsAtomicAcrossThreads)
 {
-#if defined(ZE_TEST_NO_THREADS)
-    GTEST_SKIP() << "threads do not start under the emulator";
-#endif
     Data* x = Data::allocate(1, 8, 4, 0);
     std::vector<std::thread> threads;
     // Contended atomics are slow under emulation; this many still loses
