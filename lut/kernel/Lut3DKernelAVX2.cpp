@@ -33,37 +33,48 @@ struct Positions {
 
 struct GridGeometry {
     const uint8_t* grid;
-    const int* corner[2][2][2]; // grid + a * planeStride + b * rowStride + d * 4
-    __m256i strides;            // planeStride | rowStride << 16, for pmaddwd
-    __m256i scaleLow, scaleHigh;
-    const int* indexWords;      // the index table as 128 words of two pairs
+    const long long* pair[2][2]; // grid + a * planeStride + b * rowStride
+    __m256i strides;             // planeStride | rowStride << 16 per word, for pmaddwd
+    __m256i scale2;              // twice the grid scale in every 16-bit lane (uniform)
+    const int* indexWords;       // the index table as 128 words of two pairs
 };
 
-inline __m256i bothHalves(__m256i f)
+// The 24 bytes of a group of eight R, G, B triples: bytes 0-15 in the low
+// lane and 8-23 in the high one, so that pixels 0-3 and 4-7 each lie within
+// one lane (at lane bytes 3k and 4 + 3k).
+LUT3D_KERNEL_INLINE __m256i loadGroup(const uint8_t* rgb)
 {
-    return _mm256_or_si256(f, _mm256_slli_epi32(f, 16));
+    return _mm256_inserti128_si256(_mm256_castsi128_si256(load16(rgb)), load16(rgb + 8), 1);
 }
 
-// iR * planeStride + iG * rowStride + iB * 4; the strides fit signed 16 bits
-// for N <= 65, so one pmaddwd adds the first two products.
-inline __m256i cellOffset(const GridGeometry& g, __m256i iR, __m256i iG, __m256i iB)
+// Channel ch (0 R, 1 G, 2 B) of each pixel in both 16-bit halves of its word.
+// Adding ch to a zeroing index keeps its top bit, so one base mask serves all.
+LUT3D_KERNEL_INLINE __m256i channelTwice(__m256i group, int ch)
 {
-    const __m256i rg = _mm256_or_si256(iR, _mm256_slli_epi32(iG, 16));
-    return _mm256_add_epi32(_mm256_madd_epi16(rg, g.strides), _mm256_slli_epi32(iB, 2));
+    const __m256i base = _mm256_setr_epi8(0, Z, 0, Z, 3, Z, 3, Z, 6, Z, 6, Z, 9, Z, 9, Z,
+                                          4, Z, 4, Z, 7, Z, 7, Z, 10, Z, 10, Z, 13, Z, 13, Z);
+    return _mm256_shuffle_epi8(group, _mm256_add_epi8(base, _mm256_set1_epi8(static_cast<char>(ch))));
 }
 
-// Eight pixels of R, G, B triples as R | G << 8 | B << 16 words: the low lane
-// from bytes 0-15 (pixels 0-3), the high lane from bytes 8-23 (pixels 4-7).
-inline __m256i loadWords(const uint8_t* rgb)
+// Channel ch of each pixel as a 32-bit word.
+LUT3D_KERNEL_INLINE __m256i channelWord(__m256i group, int ch)
 {
-    const __m256i bytes = _mm256_inserti128_si256(_mm256_castsi128_si256(load16(rgb)),
-                                                  load16(rgb + 8), 1);
-    const __m256i m = _mm256_setr_epi8(0, 1, 2, Z, 3, 4, 5, Z, 6, 7, 8, Z, 9, 10, 11, Z,
-                                       4, 5, 6, Z, 7, 8, 9, Z, 10, 11, 12, Z, 13, 14, 15, Z);
-    return _mm256_shuffle_epi8(bytes, m);
+    const __m256i base = _mm256_setr_epi8(0, Z, Z, Z, 3, Z, Z, Z, 6, Z, Z, Z, 9, Z, Z, Z,
+                                          4, Z, Z, Z, 7, Z, Z, Z, 10, Z, Z, Z, 13, Z, Z, Z);
+    return _mm256_shuffle_epi8(group, _mm256_add_epi8(base, _mm256_set1_epi8(static_cast<char>(ch))));
 }
 
-inline void storeWords(uint8_t* rgb, __m256i words)
+// iR * planeStride + iG * rowStride + iB * 4 from indices held twice per
+// word. The strides fit signed 16 bits for N <= 65, so one pmaddwd forms the
+// first two products.
+LUT3D_KERNEL_INLINE __m256i cellOffset(const GridGeometry& g, __m256i iR, __m256i iG, __m256i iB)
+{
+    const __m256i rg = _mm256_blend_epi16(iR, iG, 0xAA);
+    return _mm256_add_epi32(_mm256_madd_epi16(rg, g.strides),
+                            _mm256_madd_epi16(iB, _mm256_set1_epi32(4)));
+}
+
+LUT3D_KERNEL_INLINE void storeWords(uint8_t* rgb, __m256i words)
 {
     const __m256i pack = _mm256_setr_epi8(0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, Z, Z, Z, Z,
                                           0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, Z, Z, Z, Z);
@@ -74,84 +85,131 @@ inline void storeWords(uint8_t* rgb, __m256i words)
     store8(rgb + 16, _mm256_extracti128_si256(packed, 1));
 }
 
-inline Positions positionsUniform(const GridGeometry& g, __m256i words)
+// Uniform table, in 16-bit lanes holding c twice: index = floor(c * 2s / 65536)
+// (unsigned high half), fraction = the wrapped product c * 2s >> 9 (bits 8 to
+// 14 of c * s). Both come out in both halves of each pixel's word.
+struct Channel {
+    __m256i index, fraction; // both held twice per pixel word
+};
+
+LUT3D_KERNEL_INLINE Channel channelUniform(const GridGeometry& g, __m256i group, int ch)
 {
-    const __m256i fractionMask = _mm256_set1_epi32(127);
-    const __m256i rb = _mm256_and_si256(words, _mm256_set1_epi32(0x00FF00FF));
-    const __m256i gw = _mm256_and_si256(_mm256_srli_epi32(words, 8), _mm256_set1_epi32(0xFF));
-    const __m256i pR = _mm256_madd_epi16(rb, g.scaleLow);
-    const __m256i pG = _mm256_madd_epi16(gw, g.scaleLow);
-    const __m256i pB = _mm256_madd_epi16(rb, g.scaleHigh);
-    Positions p;
-    p.offset = cellOffset(g, _mm256_srli_epi32(pR, 15), _mm256_srli_epi32(pG, 15),
-                          _mm256_srli_epi32(pB, 15));
-    p.fR = bothHalves(_mm256_and_si256(_mm256_srli_epi32(pR, 8), fractionMask));
-    p.fG = bothHalves(_mm256_and_si256(_mm256_srli_epi32(pG, 8), fractionMask));
-    p.fB = bothHalves(_mm256_and_si256(_mm256_srli_epi32(pB, 8), fractionMask));
-    return p;
+    const __m256i c = channelTwice(group, ch);
+    return {_mm256_mulhi_epu16(c, g.scale2), _mm256_srli_epi16(_mm256_mullo_epi16(c, g.scale2), 9)};
 }
 
-// The (index, fraction) pair of channel value c: the index-table word c / 2
-// holds pairs c & ~1 and c | 1; shift by 16 for odd c.
-inline __m256i indexPair(const GridGeometry& g, __m256i c)
+LUT3D_KERNEL_INLINE Positions positionsOf(const GridGeometry& g, const Channel& r,
+                                          const Channel& gr, const Channel& b)
 {
+    return {cellOffset(g, r.index, gr.index, b.index), r.fraction, gr.fraction, b.fraction};
+}
+
+LUT3D_KERNEL_INLINE Positions positionsUniform(const GridGeometry& g, __m256i group)
+{
+    return positionsOf(g, channelUniform(g, group, 0), channelUniform(g, group, 1),
+                       channelUniform(g, group, 2));
+}
+
+// Non-uniform table: the (index, fraction) pair of value c sits in the
+// index-table word c / 2, in its low half for even c and its high half for
+// odd c.
+LUT3D_KERNEL_INLINE Channel channelIndexed(const GridGeometry& g, __m256i group, int ch)
+{
+    const __m256i indexTwice = _mm256_setr_epi8(0, Z, 0, Z, 4, Z, 4, Z, 8, Z, 8, Z, 12, Z, 12, Z,
+                                                0, Z, 0, Z, 4, Z, 4, Z, 8, Z, 8, Z, 12, Z, 12, Z);
+    const __m256i fractionTwice = _mm256_add_epi8(indexTwice, _mm256_set1_epi8(1));
+    const __m256i c = channelWord(group, ch);
     const __m256i word = _mm256_i32gather_epi32(g.indexWords, _mm256_srli_epi32(c, 1), 4);
     const __m256i shift = _mm256_slli_epi32(_mm256_and_si256(c, _mm256_set1_epi32(1)), 4);
-    return _mm256_srlv_epi32(word, shift);
+    const __m256i pair = _mm256_srlv_epi32(word, shift);
+    return {_mm256_shuffle_epi8(pair, indexTwice), _mm256_shuffle_epi8(pair, fractionTwice)};
 }
 
-inline Positions positionsIndexed(const GridGeometry& g, __m256i words)
+LUT3D_KERNEL_INLINE Positions positionsIndexed(const GridGeometry& g, __m256i group)
 {
-    const __m256i lowByte = _mm256_set1_epi32(0xFF);
-    const __m256i r = indexPair(g, _mm256_and_si256(words, lowByte));
-    const __m256i gr = indexPair(g, _mm256_and_si256(_mm256_srli_epi32(words, 8), lowByte));
-    const __m256i b = indexPair(g, _mm256_srli_epi32(words, 16));
-    Positions p;
-    p.offset = cellOffset(g, _mm256_and_si256(r, lowByte), _mm256_and_si256(gr, lowByte),
-                          _mm256_and_si256(b, lowByte));
-    p.fR = bothHalves(_mm256_and_si256(_mm256_srli_epi32(r, 8), lowByte));
-    p.fG = bothHalves(_mm256_and_si256(_mm256_srli_epi32(gr, 8), lowByte));
-    p.fB = bothHalves(_mm256_and_si256(_mm256_srli_epi32(b, 8), lowByte));
-    return p;
+    return positionsOf(g, channelIndexed(g, group, 0), channelIndexed(g, group, 1),
+                       channelIndexed(g, group, 2));
 }
 
-inline __m256i lerp7x2(__m256i c0, __m256i c1, __m256i f)
+LUT3D_KERNEL_INLINE __m256i lerp7x2(__m256i c0, __m256i c1, __m256i f)
 {
     return _mm256_add_epi16(
         c0, _mm256_srai_epi16(_mm256_mullo_epi16(_mm256_sub_epi16(c1, c0), f), 7));
 }
 
-inline __m256i trilinear(const __m256i (&c)[2][2][2], const Positions& p)
+// The even bytes (R, B) and the odd bytes (G, x) of R | G << 8 | B << 16 |
+// x << 24 words, each byte in a 16-bit lane.
+struct EvenOdd {
+    __m256i even, odd;
+};
+
+LUT3D_KERNEL_INLINE EvenOdd split(__m256i words)
 {
-    const __m256i e00 = lerp7x2(c[0][0][0], c[1][0][0], p.fR);
-    const __m256i e01 = lerp7x2(c[0][0][1], c[1][0][1], p.fR);
-    const __m256i e10 = lerp7x2(c[0][1][0], c[1][1][0], p.fR);
-    const __m256i e11 = lerp7x2(c[0][1][1], c[1][1][1], p.fR);
-    const __m256i g0 = lerp7x2(e00, e10, p.fG);
-    const __m256i g1 = lerp7x2(e01, e11, p.fG);
-    return lerp7x2(g0, g1, p.fB);
+    return {_mm256_and_si256(words, _mm256_set1_epi32(0x00FF00FF)), _mm256_srli_epi16(words, 8)};
 }
 
-inline __m256i interpolate8(const GridGeometry& g, const Positions& p)
+LUT3D_KERNEL_INLINE EvenOdd lerp(const EvenOdd& c0, const EvenOdd& c1, __m256i f)
 {
-    const __m256i evenBytes = _mm256_set1_epi32(0x00FF00FF);
-    __m256i even[2][2][2], odd[2][2][2];
-    for (int a = 0; a < 2; ++a)
-        for (int b = 0; b < 2; ++b)
-            for (int d = 0; d < 2; ++d) {
-                const __m256i cell = _mm256_i32gather_epi32(g.corner[a][b][d], p.offset, 1);
-                even[a][b][d] = _mm256_and_si256(cell, evenBytes);
-                odd[a][b][d] = _mm256_srli_epi16(cell, 8);
-            }
-    return _mm256_or_si256(trilinear(even, p), _mm256_slli_epi16(trilinear(odd, p), 8));
+    return {lerp7x2(c0.even, c1.even, f), lerp7x2(c0.odd, c1.odd, f)};
+}
+
+// One (R, G) corner of four pixels as one 64-bit element per pixel: cells iB
+// and iB + 1 side by side, [p d0, p d1, p+1 d0, p+1 d1] per 128 bits.
+LUT3D_KERNEL_INLINE EvenOdd gatherPairs(const long long* corner, __m128i offsets)
+{
+    return split(_mm256_i32gather_epi64(corner, offsets, 1));
+}
+
+// Four pixels (one 128-bit half of the offsets) interpolated along R and G,
+// still holding both B cells. The weights hold each pixel's fraction twice.
+LUT3D_KERNEL_INLINE EvenOdd alongRG(const GridGeometry& g, __m128i offsets, __m256i wR, __m256i wG)
+{
+    const EvenOdd e0 =
+        lerp(gatherPairs(g.pair[0][0], offsets), gatherPairs(g.pair[1][0], offsets), wR);
+    const EvenOdd e1 =
+        lerp(gatherPairs(g.pair[0][1], offsets), gatherPairs(g.pair[1][1], offsets), wR);
+    return lerp(e0, e1, wG);
+}
+
+// The B cells d0 and d1 of eight pixels side by side, pixels in the order
+// 0 1 4 5 | 2 3 6 7.
+LUT3D_KERNEL_INLINE __m256i cellsD(__m256i low, __m256i high, int d)
+{
+    const __m256 a = _mm256_castsi256_ps(low), b = _mm256_castsi256_ps(high);
+    return _mm256_castps_si256(d ? _mm256_shuffle_ps(a, b, 0xDD) : _mm256_shuffle_ps(a, b, 0x88));
+}
+
+// Eight pixels' looked-up R | G << 8 | B << 16 | x << 24 words.
+//
+// Each (R, G) corner is fetched as one 64-bit element per pixel (cells iB and
+// iB + 1), pixels 0-3 in one gather and 4-7 in another: half the elements of
+// eight 32-bit gathers, and a gather costs about one load per element. The R
+// and G steps run on that layout with each pixel's weight twice; the B step
+// first separates d0 from d1, and a last permutation restores pixels 0-7.
+LUT3D_KERNEL_INLINE __m256i interpolate8(const GridGeometry& g, const Positions& p)
+{
+    const __m256i first = _mm256_setr_epi32(0, 0, 1, 1, 2, 2, 3, 3);
+    const __m256i second = _mm256_setr_epi32(4, 4, 5, 5, 6, 6, 7, 7);
+    const EvenOdd low = alongRG(g, _mm256_castsi256_si128(p.offset),
+                                _mm256_permutevar8x32_epi32(p.fR, first),
+                                _mm256_permutevar8x32_epi32(p.fG, first));
+    const EvenOdd high = alongRG(g, _mm256_extracti128_si256(p.offset, 1),
+                                 _mm256_permutevar8x32_epi32(p.fR, second),
+                                 _mm256_permutevar8x32_epi32(p.fG, second));
+    const __m256i wB = _mm256_permute4x64_epi64(p.fB, 0xD8); // pixels 0 1 4 5 | 2 3 6 7
+    const __m256i even =
+        lerp7x2(cellsD(low.even, high.even, 0), cellsD(low.even, high.even, 1), wB);
+    const __m256i odd = lerp7x2(cellsD(low.odd, high.odd, 0), cellsD(low.odd, high.odd, 1), wB);
+    const __m256i words = _mm256_or_si256(even, _mm256_slli_epi16(odd, 8));
+    return _mm256_permute4x64_epi64(words, 0xD8);
 }
 
 template <bool kUniform>
 void gridLoop(const GridGeometry& g, uint8_t* rgb, uint32_t count)
 {
     for (uint32_t x = 0; x < count; x += 8, rgb += 24) {
-        const __m256i words = loadWords(rgb);
-        const Positions p = kUniform ? positionsUniform(g, words) : positionsIndexed(g, words);
+        const __m256i group = loadGroup(rgb);
+        const Positions p = kUniform ? positionsUniform(g, group) : positionsIndexed(g, group);
         storeWords(rgb, interpolate8(g, p));
     }
 }
@@ -165,12 +223,9 @@ void gridLookupAVX2(const Lut3DConstants* k, const Lut3DTable* table, uint8_t* r
     const uint32_t row = static_cast<uint32_t>(table->rowStride);
     for (int a = 0; a < 2; ++a)
         for (int b = 0; b < 2; ++b)
-            for (int d = 0; d < 2; ++d)
-                g.corner[a][b][d] =
-                    reinterpret_cast<const int*>(table->grid + a * plane + b * row + d * 4);
+            g.pair[a][b] = reinterpret_cast<const long long*>(table->grid + a * plane + b * row);
     g.strides = _mm256_set1_epi32(static_cast<int>(plane | row << 16));
-    g.scaleLow = _mm256_set1_epi32(k->gridScale[0]);
-    g.scaleHigh = _mm256_set1_epi32(k->gridScale[0] << 16);
+    g.scale2 = _mm256_set1_epi16(static_cast<short>(2 * k->gridScale[0]));
     g.indexWords = reinterpret_cast<const int*>(table->indexTable);
     if (table->uniform)
         gridLoop<true>(g, rgb, count);

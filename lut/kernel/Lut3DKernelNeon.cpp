@@ -92,7 +92,7 @@ struct Positions {
     uint16x8_t fR, fG, fB;
 };
 
-inline void storeOffsets(const GridGeometry& g, uint16x8_t iR, uint16x8_t iG, uint16x8_t iB,
+LUT3D_KERNEL_INLINE void storeOffsets(const GridGeometry& g, uint16x8_t iR, uint16x8_t iG, uint16x8_t iB,
                          Positions* p)
 {
     uint32x4_t lo = vmull_n_u16(vget_low_u16(iR), g.planeStride);
@@ -106,7 +106,7 @@ inline void storeOffsets(const GridGeometry& g, uint16x8_t iR, uint16x8_t iG, ui
 }
 
 // Uniform table: index = floor(c * s / 32768), fraction = bits 8 to 14 of c * s.
-inline void positionsUniform(const GridGeometry& g, const uint8x8x3_t& rgb, Positions* p)
+LUT3D_KERNEL_INLINE void positionsUniform(const GridGeometry& g, const uint8x8x3_t& rgb, Positions* p)
 {
     uint16x8_t index[3], fraction[3];
     for (int ch = 0; ch < 3; ++ch) {
@@ -122,7 +122,7 @@ inline void positionsUniform(const GridGeometry& g, const uint8x8x3_t& rgb, Posi
 }
 
 // Non-uniform table: (index, fraction) pairs from the index table.
-inline void positionsIndexed(const GridGeometry& g, const uint8_t* rgb, Positions* p)
+LUT3D_KERNEL_INLINE void positionsIndexed(const GridGeometry& g, const uint8_t* rgb, Positions* p)
 {
     uint16_t index[3][8], fraction[3][8];
     for (int i = 0; i < 8; ++i)
@@ -143,7 +143,7 @@ struct Weights {
     uint8x16_t w0[2], w1[2]; // pixels 0-3 and 4-7
 };
 
-inline Weights weightsOf(uint16x8_t f)
+LUT3D_KERNEL_INLINE Weights weightsOf(uint16x8_t f)
 {
     // The fraction of pixel i is byte 2 * i of the 16-bit lanes.
     static const uint8_t kSpread[2][16] = {{0, 0, 0, 0, 2, 2, 2, 2, 4, 4, 4, 4, 6, 6, 6, 6},
@@ -158,7 +158,7 @@ inline Weights weightsOf(uint16x8_t f)
 }
 
 // (c0 * w0 + c1 * w1) >> 7 for sixteen bytes; the sums fit 16 bits.
-inline uint8x16_t lerp7(uint8x16_t c0, uint8x16_t c1, uint8x16_t w0, uint8x16_t w1)
+LUT3D_KERNEL_INLINE uint8x16_t lerp7(uint8x16_t c0, uint8x16_t c1, uint8x16_t w0, uint8x16_t w1)
 {
     const uint16x8_t lo =
         vmlal_u8(vmull_u8(vget_low_u8(c0), vget_low_u8(w0)), vget_low_u8(c1), vget_low_u8(w1));
@@ -167,7 +167,7 @@ inline uint8x16_t lerp7(uint8x16_t c0, uint8x16_t c1, uint8x16_t w0, uint8x16_t 
 }
 
 // Corner (a, b, d) of four pixels: one 32-bit cell per lane.
-inline uint8x16_t loadCorner(const uint8_t* const (&cell)[4], uint32_t at)
+LUT3D_KERNEL_INLINE uint8x16_t loadCorner(const uint8_t* const (&cell)[4], uint32_t at)
 {
     uint32x4_t v = vdupq_n_u32(0);
     v = vld1q_lane_u32(reinterpret_cast<const uint32_t*>(cell[0] + at), v, 0);
@@ -178,7 +178,7 @@ inline uint8x16_t loadCorner(const uint8_t* const (&cell)[4], uint32_t at)
 }
 
 // R, G, B, x words of four pixels looked up through the grid (h: which four).
-inline uint8x16_t interpolate4(const GridGeometry& g, const Positions& p, const Weights& wR,
+LUT3D_KERNEL_INLINE uint8x16_t interpolate4(const GridGeometry& g, const Positions& p, const Weights& wR,
                                const Weights& wG, const Weights& wB, int h)
 {
     const uint8_t* const cell[4] = {g.grid + p.offset[4 * h], g.grid + p.offset[4 * h + 1],
@@ -239,7 +239,7 @@ void gridLookupNeon(const Lut3DConstants* k, const Lut3DTable* table, uint8_t* r
 // ---------------------------------------------------------------- RGB -> YUV
 
 // (sum of a 2x2 block + 2) >> 2 for the four pairs of eight pixels.
-inline int16x4_t average2x2(uint8x8_t row0, uint8x8_t row1)
+LUT3D_KERNEL_INLINE int16x4_t average2x2(uint8x8_t row0, uint8x8_t row1)
 {
     const uint16x8_t sum = vaddl_u8(row0, row1);
     return vreinterpret_s16_u16(

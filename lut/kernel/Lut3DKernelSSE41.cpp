@@ -43,7 +43,7 @@ struct GridGeometry {
     const uint8_t* indexTable;
 };
 
-inline __m128i bothHalves(__m128i f)
+LUT3D_KERNEL_INLINE __m128i bothHalves(__m128i f)
 {
     return _mm_or_si128(f, _mm_slli_epi32(f, 16));
 }
@@ -51,14 +51,14 @@ inline __m128i bothHalves(__m128i f)
 // Cell offset iR * planeStride + iG * rowStride + iB * 4. The strides fit
 // signed 16 bits for N <= 65 (planeStride <= 17424), so one pmaddwd adds the
 // first two products.
-inline __m128i cellOffset(const GridGeometry& g, __m128i iR, __m128i iG, __m128i iB)
+LUT3D_KERNEL_INLINE __m128i cellOffset(const GridGeometry& g, __m128i iR, __m128i iG, __m128i iB)
 {
     const __m128i rg = _mm_or_si128(iR, _mm_slli_epi32(iG, 16));
     return _mm_add_epi32(_mm_madd_epi16(rg, g.strides), _mm_slli_epi32(iB, 2));
 }
 
 // Uniform table: p = c * s; index = p >> 15, fraction = bits 8 to 14 of p.
-inline Positions positionsUniform(const GridGeometry& g, __m128i words)
+LUT3D_KERNEL_INLINE Positions positionsUniform(const GridGeometry& g, __m128i words)
 {
     const __m128i lowByte = _mm_set1_epi32(0xFF);
     const __m128i fractionMask = _mm_set1_epi32(127);
@@ -78,7 +78,7 @@ inline Positions positionsUniform(const GridGeometry& g, __m128i words)
 
 // Non-uniform table: (index, fraction) pairs from the 256-entry index table,
 // looked up one channel at a time.
-inline Positions positionsIndexed(const GridGeometry& g, const uint8_t* rgb)
+LUT3D_KERNEL_INLINE Positions positionsIndexed(const GridGeometry& g, const uint8_t* rgb)
 {
     uint32_t offset[4], fr[4], fg[4], fb[4];
     for (int i = 0; i < 4; ++i, rgb += 3) {
@@ -98,45 +98,57 @@ inline Positions positionsIndexed(const GridGeometry& g, const uint8_t* rgb)
     return p;
 }
 
-// Trilinear interpolation of one byte lane of the eight corners c[a][b][d],
-// held in 16-bit lanes: along R, then G, then B.
-inline __m128i trilinear(const __m128i (&c)[2][2][2], const Positions& p)
+// The even bytes (R, B) and the odd bytes (G, x) of R | G << 8 | B << 16 |
+// x << 24 words, each byte in a 16-bit lane.
+struct EvenOdd {
+    __m128i even, odd;
+};
+
+LUT3D_KERNEL_INLINE EvenOdd split(__m128i words)
 {
-    const __m128i e00 = lerp7(c[0][0][0], c[1][0][0], p.fR);
-    const __m128i e01 = lerp7(c[0][0][1], c[1][0][1], p.fR);
-    const __m128i e10 = lerp7(c[0][1][0], c[1][1][0], p.fR);
-    const __m128i e11 = lerp7(c[0][1][1], c[1][1][1], p.fR);
-    const __m128i g0 = lerp7(e00, e10, p.fG);
-    const __m128i g1 = lerp7(e01, e11, p.fG);
-    return lerp7(g0, g1, p.fB);
+    return {_mm_and_si128(words, _mm_set1_epi32(0x00FF00FF)), _mm_srli_epi16(words, 8)};
 }
 
-// Four pixels' looked-up R | G << 8 | B << 16 | x << 24 words.
-inline __m128i interpolate4(const GridGeometry& g, const Positions& p)
+LUT3D_KERNEL_INLINE EvenOdd lerp(const EvenOdd& c0, const EvenOdd& c1, __m128i f)
+{
+    return {lerp7(c0.even, c1.even, f), lerp7(c0.odd, c1.odd, f)};
+}
+
+// The cells at iB (d0) and iB + 1 (d1) of one (R, G) corner of four pixels:
+// one 64-bit load per pixel, transposed to one cell of four pixels per vector.
+struct CellPair {
+    EvenOdd d0, d1;
+};
+
+LUT3D_KERNEL_INLINE CellPair loadPair(const uint8_t* const (&cell)[4], uint32_t at)
+{
+    const __m128i t0 = _mm_unpacklo_epi32(load8(cell[0] + at), load8(cell[1] + at));
+    const __m128i t1 = _mm_unpacklo_epi32(load8(cell[2] + at), load8(cell[3] + at));
+    return {split(_mm_unpacklo_epi64(t0, t1)), split(_mm_unpackhi_epi64(t0, t1))};
+}
+
+// Four pixels' looked-up R | G << 8 | B << 16 | x << 24 words: along R for
+// each (G, B) corner, then along G, then along B.
+LUT3D_KERNEL_INLINE __m128i interpolate4(const GridGeometry& g, const Positions& p)
 {
     alignas(16) uint32_t offset[4];
     _mm_store_si128(reinterpret_cast<__m128i*>(offset), p.offset);
-    const uint8_t* cell[4] = {g.grid + offset[0], g.grid + offset[1], g.grid + offset[2],
-                              g.grid + offset[3]};
-    const __m128i evenBytes = _mm_set1_epi32(0x00FF00FF);
-    __m128i even[2][2][2], odd[2][2][2];
-    for (int a = 0; a < 2; ++a) {
-        for (int b = 0; b < 2; ++b) {
-            const uint32_t at = a * g.planeStride + b * g.rowStride;
-            // Cells iB and iB + 1 of four pixels, transposed to one corner per vector.
-            const __m128i t0 = _mm_unpacklo_epi32(load8(cell[0] + at), load8(cell[1] + at));
-            const __m128i t1 = _mm_unpacklo_epi32(load8(cell[2] + at), load8(cell[3] + at));
-            const __m128i d0 = _mm_unpacklo_epi64(t0, t1);
-            const __m128i d1 = _mm_unpackhi_epi64(t0, t1);
-            even[a][b][0] = _mm_and_si128(d0, evenBytes);
-            even[a][b][1] = _mm_and_si128(d1, evenBytes);
-            odd[a][b][0] = _mm_srli_epi16(d0, 8);
-            odd[a][b][1] = _mm_srli_epi16(d1, 8);
-        }
-    }
-    // Every interpolated lane stays within 0..255, so the two halves recombine
+    const uint8_t* const cell[4] = {g.grid + offset[0], g.grid + offset[1], g.grid + offset[2],
+                                    g.grid + offset[3]};
+    const CellPair r0g0 = loadPair(cell, 0);
+    const CellPair r1g0 = loadPair(cell, g.planeStride);
+    const CellPair r0g1 = loadPair(cell, g.rowStride);
+    const CellPair r1g1 = loadPair(cell, g.planeStride + g.rowStride);
+    const EvenOdd e00 = lerp(r0g0.d0, r1g0.d0, p.fR);
+    const EvenOdd e01 = lerp(r0g0.d1, r1g0.d1, p.fR);
+    const EvenOdd e10 = lerp(r0g1.d0, r1g1.d0, p.fR);
+    const EvenOdd e11 = lerp(r0g1.d1, r1g1.d1, p.fR);
+    const EvenOdd g0 = lerp(e00, e10, p.fG);
+    const EvenOdd g1 = lerp(e01, e11, p.fG);
+    const EvenOdd out = lerp(g0, g1, p.fB);
+    // Every interpolated lane stays within 0..255, so the halves recombine
     // by a shift and an or.
-    return _mm_or_si128(trilinear(even, p), _mm_slli_epi16(trilinear(odd, p), 8));
+    return _mm_or_si128(out.even, _mm_slli_epi16(out.odd, 8));
 }
 
 template <bool kUniform>

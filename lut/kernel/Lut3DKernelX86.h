@@ -14,7 +14,7 @@
  *    32-bit product of 2a and c. 2a = (Y - offset) * 32 or (C - 128) * 32
  *    stays within -4096..8160, so the doubling cannot overflow.
  *  - (x + 2) >> 2 with unsigned saturation is psraw(paddw(x, 2), 2) packed
- *    with packuswb: the sums before the shift stay within -2400..2400.
+ *    with packuswb: the sums before the shift stay within -1157..2186 (checked over every Y, U and V).
  *  - Y: (sum + 128) >> 8 as psrlw(paddw(sum, 128), 8): sum <= 255 * 256.
  *  - Chroma: (X + 128) >> 8 as psraw(paddw(X, 128), 8) then packsswb:
  *    |X| <= 127 * 255.
@@ -30,28 +30,29 @@
 #include <cstdint>
 
 #include "lut/Lut3DTypes.h"
+#include "lut/kernel/Lut3DKernel.h"
 
 namespace lut3d_x86 {
 
 constexpr int8_t Z = -128; // pshufb index that yields 0
 
-static inline __m128i load8(const void* p)
+static LUT3D_KERNEL_INLINE __m128i load8(const void* p)
 {
     return _mm_loadl_epi64(static_cast<const __m128i*>(p));
 }
 
-static inline __m128i load16(const void* p)
+static LUT3D_KERNEL_INLINE __m128i load16(const void* p)
 {
     return _mm_loadu_si128(static_cast<const __m128i*>(p));
 }
 
-static inline void store8(void* p, __m128i v)
+static LUT3D_KERNEL_INLINE void store8(void* p, __m128i v)
 {
     _mm_storel_epi64(static_cast<__m128i*>(p), v);
 }
 
 // Eight unsigned 8-bit lanes of a constants field widened to 16 bits.
-static inline __m128i widen8(const uint8_t* lanes)
+static LUT3D_KERNEL_INLINE __m128i widen8(const uint8_t* lanes)
 {
     return _mm_cvtepu8_epi16(load8(lanes));
 }
@@ -59,20 +60,20 @@ static inline __m128i widen8(const uint8_t* lanes)
 // Pixels 0-3 of a group of eight R, G, B triples (24 bytes at rgb) as
 // R | G << 8 | B << 16 words, and pixels 4-7. The two 16-byte loads cover
 // bytes 0-15 and 8-23, exactly the group.
-static inline __m128i rgbWordsLow(__m128i bytes0to15)
+static LUT3D_KERNEL_INLINE __m128i rgbWordsLow(__m128i bytes0to15)
 {
     const __m128i m = _mm_setr_epi8(0, 1, 2, Z, 3, 4, 5, Z, 6, 7, 8, Z, 9, 10, 11, Z);
     return _mm_shuffle_epi8(bytes0to15, m);
 }
 
-static inline __m128i rgbWordsHigh(__m128i bytes8to23)
+static LUT3D_KERNEL_INLINE __m128i rgbWordsHigh(__m128i bytes8to23)
 {
     const __m128i m = _mm_setr_epi8(4, 5, 6, Z, 7, 8, 9, Z, 10, 11, 12, Z, 13, 14, 15, Z);
     return _mm_shuffle_epi8(bytes8to23, m);
 }
 
 // The inverse: two vectors of four R, G, B, x words back to 24 bytes.
-static inline void storeRgbWords(uint8_t* rgb, __m128i lo, __m128i hi)
+static LUT3D_KERNEL_INLINE void storeRgbWords(uint8_t* rgb, __m128i lo, __m128i hi)
 {
     const __m128i packLo = _mm_setr_epi8(0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, Z, Z, Z, Z);
     const __m128i packHiHead = _mm_setr_epi8(Z, Z, Z, Z, Z, Z, Z, Z, Z, Z, Z, Z, 0, 1, 2, 4);
@@ -90,7 +91,7 @@ struct YuvToRgbConstants {
     __m128i spreadU, spreadV; // chroma byte of each pixel's pair, zero-extended
 };
 
-static inline YuvToRgbConstants yuvToRgbConstants(const Lut3DConstants* k, int isNV21)
+static LUT3D_KERNEL_INLINE YuvToRgbConstants yuvToRgbConstants(const Lut3DConstants* k, int isNV21)
 {
     // Pixel x uses the pair at byte 2 * (x / 2); U is its first byte for NV12
     // and its second for NV21. The format is only this choice of shuffle.
@@ -110,7 +111,7 @@ static inline YuvToRgbConstants yuvToRgbConstants(const Lut3DConstants* k, int i
 }
 
 // Eight R, G, B triples of one row from Y' and the shared chroma terms.
-static inline void rgbRow(__m128i yScaled, __m128i rTerm, __m128i gTerm, __m128i bTerm,
+static LUT3D_KERNEL_INLINE void rgbRow(__m128i yScaled, __m128i rTerm, __m128i gTerm, __m128i bTerm,
                           uint8_t* out)
 {
     const __m128i two = _mm_set1_epi16(2);
@@ -129,7 +130,7 @@ static inline void rgbRow(__m128i yScaled, __m128i rTerm, __m128i gTerm, __m128i
 }
 
 // One group of eight pixels of both rows.
-static inline void yuvToRgb8(const YuvToRgbConstants& c, const uint8_t* y0, const uint8_t* y1,
+static LUT3D_KERNEL_INLINE void yuvToRgb8(const YuvToRgbConstants& c, const uint8_t* y0, const uint8_t* y1,
                              const uint8_t* uv, uint8_t* rgb0, uint8_t* rgb1)
 {
     const __m128i chroma = load8(uv);
@@ -148,7 +149,7 @@ static inline void yuvToRgb8(const YuvToRgbConstants& c, const uint8_t* y0, cons
     rgbRow(_mm_mulhi_epi16(l1, c.lumaScale), rTerm, gTerm, bTerm, rgb1);
 }
 
-static inline void yuvToRgbX86(const Lut3DConstants* k, const uint8_t* y0, const uint8_t* y1,
+static LUT3D_KERNEL_INLINE void yuvToRgbX86(const Lut3DConstants* k, const uint8_t* y0, const uint8_t* y1,
                                const uint8_t* uv, int isNV21, uint8_t* rgb0, uint8_t* rgb1,
                                uint32_t count)
 {
@@ -166,7 +167,7 @@ struct RgbToYuvConstants {
     __m128i fromR, fromG, fromB;
 };
 
-static inline RgbToYuvConstants rgbToYuvConstants(const Lut3DConstants* k, int isNV21)
+static LUT3D_KERNEL_INLINE RgbToYuvConstants rgbToYuvConstants(const Lut3DConstants* k, int isNV21)
 {
     RgbToYuvConstants c;
     c.yFromR = widen8(k->yFromR);
@@ -198,7 +199,7 @@ struct Channels {
     __m128i r, g, b; // eight zero-extended 16-bit lanes each
 };
 
-static inline Channels loadChannels(const uint8_t* rgb)
+static LUT3D_KERNEL_INLINE Channels loadChannels(const uint8_t* rgb)
 {
     const __m128i a = load16(rgb);     // bytes 0-15
     const __m128i b = load16(rgb + 8); // bytes 8-23
@@ -216,7 +217,7 @@ static inline Channels loadChannels(const uint8_t* rgb)
 }
 
 // (yR * R + yG * G + yB * B + 128) >> 8 in unsigned 16-bit lanes.
-static inline __m128i lumaLanes(const RgbToYuvConstants& c, const Channels& p)
+static LUT3D_KERNEL_INLINE __m128i lumaLanes(const RgbToYuvConstants& c, const Channels& p)
 {
     __m128i sum = _mm_mullo_epi16(p.r, c.yFromR);
     sum = _mm_add_epi16(sum, _mm_mullo_epi16(p.g, c.yFromG));
@@ -225,7 +226,7 @@ static inline __m128i lumaLanes(const RgbToYuvConstants& c, const Channels& p)
 }
 
 // Rounded 2x2 average of one channel, each pair's value in both its lanes.
-static inline __m128i average2x2(__m128i row0, __m128i row1)
+static LUT3D_KERNEL_INLINE __m128i average2x2(__m128i row0, __m128i row1)
 {
     const __m128i swapPairs = _mm_setr_epi8(2, 3, 0, 1, 6, 7, 4, 5, 10, 11, 8, 9, 14, 15, 12, 13);
     const __m128i sum = _mm_add_epi16(row0, row1);
@@ -233,7 +234,7 @@ static inline __m128i average2x2(__m128i row0, __m128i row1)
     return _mm_srli_epi16(_mm_add_epi16(both, _mm_set1_epi16(2)), 2);
 }
 
-static inline void rgbToYuv8(const RgbToYuvConstants& c, const uint8_t* rgb0,
+static LUT3D_KERNEL_INLINE void rgbToYuv8(const RgbToYuvConstants& c, const uint8_t* rgb0,
                              const uint8_t* rgb1, uint8_t* y0, uint8_t* y1, uint8_t* uv)
 {
     const Channels p0 = loadChannels(rgb0);
@@ -251,7 +252,7 @@ static inline void rgbToYuv8(const RgbToYuvConstants& c, const uint8_t* rgb0,
     store8(uv, chroma);
 }
 
-static inline void rgbToYuvX86(const Lut3DConstants* k, const uint8_t* rgb0, const uint8_t* rgb1,
+static LUT3D_KERNEL_INLINE void rgbToYuvX86(const Lut3DConstants* k, const uint8_t* rgb0, const uint8_t* rgb1,
                                uint8_t* y0, uint8_t* y1, uint8_t* uv, int isNV21, uint32_t count)
 {
     const RgbToYuvConstants c = rgbToYuvConstants(k, isNV21);
@@ -266,7 +267,7 @@ static inline void rgbToYuvX86(const Lut3DConstants* k, const uint8_t* rgb0, con
 // 128 * c0 is a multiple of 128, so the arithmetic shift of the difference
 // term floors exactly as the shift of the whole sum; |c1 - c0| * f <= 255 * 128
 // fits a signed 16-bit lane.
-static inline __m128i lerp7(__m128i c0, __m128i c1, __m128i f)
+static LUT3D_KERNEL_INLINE __m128i lerp7(__m128i c0, __m128i c1, __m128i f)
 {
     return _mm_add_epi16(c0, _mm_srai_epi16(_mm_mullo_epi16(_mm_sub_epi16(c1, c0), f), 7));
 }

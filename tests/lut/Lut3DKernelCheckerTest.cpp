@@ -568,8 +568,9 @@ TEST(Lut3DKernelIdentities, LerpByDifference)
 }
 
 // Uniform grid position for every channel value and every grid scale up to
-// that of the largest table: index = (2c * s) >> 16 (sqdmulh) and fraction =
-// bits 8 to 14 of the wrapped 16-bit product c * s.
+// that of the largest table: index = (2c * s) >> 16 (sqdmulh, or the unsigned
+// high half of c * 2s) and fraction = bits 8 to 14 of the wrapped 16-bit
+// product c * s, which are also the top 7 bits of the wrapped product c * 2s.
 TEST(Lut3DKernelIdentities, UniformPositionFromSixteenBitProducts)
 {
     const std::vector<float> levels = uniformLevels(kLut3DMaxLevels);
@@ -585,6 +586,7 @@ TEST(Lut3DKernelIdentities, UniformPositionFromSixteenBitProducts)
             gridPosUniform(static_cast<uint8_t>(c), static_cast<uint16_t>(s), &index, &fraction);
             ASSERT_EQ((2 * c * s) >> 16, index) << c << " " << s;
             ASSERT_EQ((static_cast<uint16_t>(c * s) >> 8) & 127, fraction) << c << " " << s;
+            ASSERT_EQ(static_cast<uint16_t>(2 * c * s) >> 9, fraction) << c << " " << s;
         }
 #if defined(__aarch64__)
         for (uint32_t c = 0; c < 256; c += 8) {
