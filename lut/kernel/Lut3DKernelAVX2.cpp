@@ -9,8 +9,8 @@
  * on the even bytes (R, B) and odd bytes (G, x) of the gathered words in
  * 16-bit lanes, as in the SSE4.1 variant. Non-uniform tables take their
  * (index, fraction) pairs with three more gathers from the index table.
- * The YUV->RGB and RGB->YUV steps are the shared 128-bit ones, compiled here
- * with VEX encoding.
+ * The YUV->RGB and RGB->YUV steps are the shared ones of Lut3DKernelX86.h,
+ * sixteen pixels per step.
  *
  * Memory: reads and writes exactly count bytes of each luma and chroma row
  * and 3 * count bytes of each RGB buffer; nothing past a row. A corner gather
@@ -236,4 +236,4 @@ void gridLookupAVX2(const Lut3DConstants* k, const Lut3DTable* table, uint8_t* r
 } // namespace
 
 extern const Lut3DKernelOps kLut3DKernelAVX2;
-const Lut3DKernelOps kLut3DKernelAVX2 = {"AVX2", yuvToRgbX86, gridLookupAVX2, rgbToYuvX86};
+const Lut3DKernelOps kLut3DKernelAVX2 = {"AVX2", yuvToRgbAVX2, gridLookupAVX2, rgbToYuvAVX2};

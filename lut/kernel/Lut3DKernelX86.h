@@ -14,10 +14,16 @@
  *    32-bit product of 2a and c. 2a = (Y - offset) * 32 or (C - 128) * 32
  *    stays within -4096..8160, so the doubling cannot overflow.
  *  - (x + 2) >> 2 with unsigned saturation is psraw(paddw(x, 2), 2) packed
- *    with packuswb: the sums before the shift stay within -1157..2186 (checked over every Y, U and V).
- *  - Y: (sum + 128) >> 8 as psrlw(paddw(sum, 128), 8): sum <= 255 * 256.
+ *    with packuswb: over every Y, U and V the sums before the shift stay
+ *    within -1157..2186, far from wrapping.
+ *  - Y: (sum + 128) >> 8 as psrlw(paddw(sum, 128), 8), equal for every
+ *    16-bit sum (a wrapped sum gives 0, as 256 narrowed to 8 bits does).
  *  - Chroma: (X + 128) >> 8 as psraw(paddw(X, 128), 8) then packsswb:
  *    |X| <= 127 * 255.
+ *
+ * Files compiled with -mavx2 or more also get 16-pixel versions of both
+ * steps (256-bit lanes, the same arithmetic), with the 8-pixel step for a
+ * last odd group of 8.
  *
  * Memory: reads exactly count bytes of each luma and chroma row and 3 * count
  * bytes of each RGB buffer, writes exactly as many; nothing past a row.
@@ -271,6 +277,164 @@ static LUT3D_KERNEL_INLINE __m128i lerp7(__m128i c0, __m128i c1, __m128i f)
 {
     return _mm_add_epi16(c0, _mm_srai_epi16(_mm_mullo_epi16(_mm_sub_epi16(c1, c0), f), 7));
 }
+
+#if defined(__AVX2__)
+
+static LUT3D_KERNEL_INLINE __m256i twice128(__m128i v)
+{
+    return _mm256_inserti128_si256(_mm256_castsi128_si256(v), v, 1);
+}
+
+// Two 16-byte loads as the low and the high lane.
+static LUT3D_KERNEL_INLINE __m256i load2x16(const uint8_t* low, const uint8_t* high)
+{
+    return _mm256_inserti128_si256(_mm256_castsi128_si256(load16(low)), load16(high), 1);
+}
+
+// Sixteen pixels of both rows: the 8-pixel step with pixels 0-7 in the low
+// lane and 8-15 in the high one.
+static LUT3D_KERNEL_INLINE void yuvToRgb16(const YuvToRgbConstants& c, const uint8_t* y0,
+                                           const uint8_t* y1, const uint8_t* uv, uint8_t* rgb0,
+                                           uint8_t* rgb1)
+{
+    // Pixel 8 + x takes chroma byte 8 + 2 * (x / 2) (+ 1): the high lane's
+    // shuffle indices are 8 more.
+    const __m256i eight = _mm256_setr_epi8(0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 8, 0, 8,
+                                           0, 8, 0, 8, 0, 8, 0, 8, 0, 8, 0, 8, 0);
+    const __m256i chroma = twice128(load16(uv));
+    const __m256i chromaOffset = twice128(c.chromaOffset);
+    const __m256i u2 = _mm256_slli_epi16(
+        _mm256_sub_epi16(_mm256_shuffle_epi8(chroma, _mm256_add_epi8(twice128(c.spreadU), eight)),
+                         chromaOffset), 5);
+    const __m256i v2 = _mm256_slli_epi16(
+        _mm256_sub_epi16(_mm256_shuffle_epi8(chroma, _mm256_add_epi8(twice128(c.spreadV), eight)),
+                         chromaOffset), 5);
+    const __m256i rTerm = _mm256_mulhi_epi16(v2, twice128(c.rFromV));
+    const __m256i gTerm = _mm256_add_epi16(_mm256_mulhi_epi16(u2, twice128(c.gFromU)),
+                                           _mm256_mulhi_epi16(v2, twice128(c.gFromV)));
+    const __m256i bTerm = _mm256_mulhi_epi16(u2, twice128(c.bFromU));
+    const __m256i lumaOffset = twice128(c.lumaOffset);
+    const __m256i lumaScale = twice128(c.lumaScale);
+    const __m256i two = _mm256_set1_epi16(2);
+    const __m256i headRG = twice128(_mm_setr_epi8(0, 8, Z, 1, 9, Z, 2, 10, Z, 3, 11, Z, 4, 12, Z, 5));
+    const __m256i headB = twice128(_mm_setr_epi8(Z, Z, 0, Z, Z, 1, Z, Z, 2, Z, Z, 3, Z, Z, 4, Z));
+    const __m256i tailRG = twice128(_mm_setr_epi8(13, Z, 6, 14, Z, 7, 15, Z, Z, Z, Z, Z, Z, Z, Z, Z));
+    const __m256i tailB = twice128(_mm_setr_epi8(Z, 5, Z, Z, 6, Z, Z, 7, Z, Z, Z, Z, Z, Z, Z, Z));
+    const uint8_t* luma[2] = {y0, y1};
+    uint8_t* out[2] = {rgb0, rgb1};
+    for (int row = 0; row < 2; ++row) {
+        const __m256i l = _mm256_slli_epi16(
+            _mm256_sub_epi16(_mm256_cvtepu8_epi16(load16(luma[row])), lumaOffset), 5);
+        const __m256i yScaled = _mm256_mulhi_epi16(l, lumaScale);
+        const __m256i r = _mm256_srai_epi16(
+            _mm256_add_epi16(_mm256_add_epi16(yScaled, rTerm), two), 2);
+        const __m256i g = _mm256_srai_epi16(
+            _mm256_add_epi16(_mm256_sub_epi16(yScaled, gTerm), two), 2);
+        const __m256i b = _mm256_srai_epi16(
+            _mm256_add_epi16(_mm256_add_epi16(yScaled, bTerm), two), 2);
+        // Per lane: R G packed, B twice; then the 8-pixel interleave per lane.
+        const __m256i rg = _mm256_packus_epi16(r, g);
+        const __m256i bb = _mm256_packus_epi16(b, b);
+        const __m256i head =
+            _mm256_or_si256(_mm256_shuffle_epi8(rg, headRG), _mm256_shuffle_epi8(bb, headB));
+        const __m256i tail =
+            _mm256_or_si256(_mm256_shuffle_epi8(rg, tailRG), _mm256_shuffle_epi8(bb, tailB));
+        uint8_t* o = out[row];
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(o), _mm256_castsi256_si128(head));
+        store8(o + 16, _mm256_castsi256_si128(tail));
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(o + 24), _mm256_extracti128_si256(head, 1));
+        store8(o + 40, _mm256_extracti128_si256(tail, 1));
+    }
+}
+
+static LUT3D_KERNEL_INLINE void yuvToRgbAVX2(const Lut3DConstants* k, const uint8_t* y0,
+                                             const uint8_t* y1, const uint8_t* uv, int isNV21,
+                                             uint8_t* rgb0, uint8_t* rgb1, uint32_t count)
+{
+    const YuvToRgbConstants c = yuvToRgbConstants(k, isNV21);
+    uint32_t x = 0;
+    for (; x + 16 <= count; x += 16)
+        yuvToRgb16(c, y0 + x, y1 + x, uv + x, rgb0 + 3 * x, rgb1 + 3 * x);
+    if (x < count)
+        yuvToRgb8(c, y0 + x, y1 + x, uv + x, rgb0 + 3 * x, rgb1 + 3 * x);
+}
+
+struct Channels16 {
+    __m256i r, g, b; // sixteen zero-extended 16-bit lanes each
+};
+
+static LUT3D_KERNEL_INLINE Channels16 loadChannels16(const uint8_t* rgb)
+{
+    // Per lane, the 8-pixel load: bytes 0-15 and 8-23 of pixels 0-7 (low
+    // lane) and of pixels 8-15 (high lane).
+    const __m256i a = load2x16(rgb, rgb + 24);
+    const __m256i b = load2x16(rgb + 8, rgb + 32);
+    const __m256i r0 = twice128(_mm_setr_epi8(0, Z, 3, Z, 6, Z, 9, Z, 12, Z, Z, Z, Z, Z, Z, Z));
+    const __m256i r1 = twice128(_mm_setr_epi8(Z, Z, Z, Z, Z, Z, Z, Z, Z, Z, 7, Z, 10, Z, 13, Z));
+    const __m256i one = _mm256_set1_epi8(1);
+    Channels16 c;
+    c.r = _mm256_or_si256(_mm256_shuffle_epi8(a, r0), _mm256_shuffle_epi8(b, r1));
+    const __m256i g0 = _mm256_add_epi8(r0, one), g1 = _mm256_add_epi8(r1, one);
+    c.g = _mm256_or_si256(_mm256_shuffle_epi8(a, g0), _mm256_shuffle_epi8(b, g1));
+    const __m256i b0 = _mm256_add_epi8(g0, one), b1 = _mm256_add_epi8(g1, one);
+    c.b = _mm256_or_si256(_mm256_shuffle_epi8(a, b0), _mm256_shuffle_epi8(b, b1));
+    return c;
+}
+
+static LUT3D_KERNEL_INLINE __m256i lumaLanes16(const RgbToYuvConstants& c, const Channels16& p)
+{
+    __m256i sum = _mm256_mullo_epi16(p.r, twice128(c.yFromR));
+    sum = _mm256_add_epi16(sum, _mm256_mullo_epi16(p.g, twice128(c.yFromG)));
+    sum = _mm256_add_epi16(sum, _mm256_mullo_epi16(p.b, twice128(c.yFromB)));
+    return _mm256_srli_epi16(_mm256_add_epi16(sum, _mm256_set1_epi16(128)), 8);
+}
+
+static LUT3D_KERNEL_INLINE __m256i average2x2x16(__m256i row0, __m256i row1)
+{
+    const __m256i swapPairs =
+        twice128(_mm_setr_epi8(2, 3, 0, 1, 6, 7, 4, 5, 10, 11, 8, 9, 14, 15, 12, 13));
+    const __m256i sum = _mm256_add_epi16(row0, row1);
+    const __m256i both = _mm256_add_epi16(sum, _mm256_shuffle_epi8(sum, swapPairs));
+    return _mm256_srli_epi16(_mm256_add_epi16(both, _mm256_set1_epi16(2)), 2);
+}
+
+static LUT3D_KERNEL_INLINE void rgbToYuv16(const RgbToYuvConstants& c, const uint8_t* rgb0,
+                                           const uint8_t* rgb1, uint8_t* y0, uint8_t* y1,
+                                           uint8_t* uv)
+{
+    const Channels16 p0 = loadChannels16(rgb0);
+    const Channels16 p1 = loadChannels16(rgb1);
+    // Per lane: row 0 then row 1 of that lane's eight pixels; reorder the
+    // 64-bit quarters to row 0 (pixels 0-15) then row 1.
+    const __m256i luma = _mm256_permute4x64_epi64(
+        _mm256_add_epi8(_mm256_packus_epi16(lumaLanes16(c, p0), lumaLanes16(c, p1)),
+                        twice128(c.lumaOffset)),
+        0xD8);
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(y0), _mm256_castsi256_si128(luma));
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(y1), _mm256_extracti128_si256(luma, 1));
+
+    __m256i x = _mm256_mullo_epi16(average2x2x16(p0.r, p1.r), twice128(c.fromR));
+    x = _mm256_add_epi16(x, _mm256_mullo_epi16(average2x2x16(p0.g, p1.g), twice128(c.fromG)));
+    x = _mm256_add_epi16(x, _mm256_mullo_epi16(average2x2x16(p0.b, p1.b), twice128(c.fromB)));
+    x = _mm256_srai_epi16(_mm256_add_epi16(x, _mm256_set1_epi16(128)), 8);
+    const __m256i chroma = _mm256_permute4x64_epi64(
+        _mm256_xor_si256(_mm256_packs_epi16(x, x), _mm256_set1_epi8(-128)), 0x08);
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(uv), _mm256_castsi256_si128(chroma));
+}
+
+static LUT3D_KERNEL_INLINE void rgbToYuvAVX2(const Lut3DConstants* k, const uint8_t* rgb0,
+                                             const uint8_t* rgb1, uint8_t* y0, uint8_t* y1,
+                                             uint8_t* uv, int isNV21, uint32_t count)
+{
+    const RgbToYuvConstants c = rgbToYuvConstants(k, isNV21);
+    uint32_t x = 0;
+    for (; x + 16 <= count; x += 16)
+        rgbToYuv16(c, rgb0 + 3 * x, rgb1 + 3 * x, y0 + x, y1 + x, uv + x);
+    if (x < count)
+        rgbToYuv8(c, rgb0 + 3 * x, rgb1 + 3 * x, y0 + x, y1 + x, uv + x);
+}
+
+#endif // __AVX2__
 
 } // namespace lut3d_x86
 
