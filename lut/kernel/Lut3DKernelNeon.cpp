@@ -6,7 +6,8 @@
  *    rounding shift by 2 with unsigned saturation is sqrshrun.
  *  - Grid lookup: a uniform table's index is sqdmulh(c, scale) and its
  *    fraction bits 8 to 14 of the wrapped 16-bit product c * scale; the
- *    corners are eight 32-bit lane loads per pixel (R, G, B, x words); each
+ *    eight corners of a pixel are four 64-bit loads, each holding the cells
+ *    at iB and iB + 1 of one (R, G) corner as R, G, B, x words; each
  *    interpolation step is (c0 * (128 - f) + c1 * f) >> 7 as umull + umlal
  *    into 16-bit lanes and a narrowing shift, on the bytes of the words, so
  *    one step serves all channels of four pixels per vector.
@@ -18,9 +19,8 @@
  *
  * Memory: reads and writes exactly count bytes of each luma and chroma row
  * and 3 * count bytes of each RGB buffer; nothing past a row. A corner load
- * reads the 4 bytes of one cell; the upper neighbour of any index is a
- * padding cell at worst, inside the grid. The index table is read one byte
- * pair at a time.
+ * reads the 8 bytes of cells iB and iB + 1; iB + 1 <= N is a padding cell at
+ * worst, inside the grid. The index table is read one byte pair at a time.
  */
 #include <arm_neon.h>
 
@@ -79,10 +79,9 @@ void yuvToRgbNeon(const Lut3DConstants* k, const uint8_t* y0, const uint8_t* y1,
 
 struct GridGeometry {
     const uint8_t* grid;
-    uint32_t corner[2][2][2]; // a * planeStride + b * rowStride + d * 4
-    uint16_t planeStride, rowStride;
-    int16x8_t scale;
-    const uint8_t* indexTable;
+    uint32_t planeStride, rowStride; // N <= 65: planeStride <= 17424 fits 16 bits
+    int16x8_t scale;                 // uniform tables
+    const uint8_t* indexTable;       // non-uniform tables
 };
 
 // Positions of eight pixels: byte offsets of their (iR, iG, iB) cells and
@@ -92,36 +91,47 @@ struct Positions {
     uint16x8_t fR, fG, fB;
 };
 
-LUT3D_KERNEL_INLINE void storeOffsets(const GridGeometry& g, uint16x8_t iR, uint16x8_t iG, uint16x8_t iB,
-                         Positions* p)
+struct Channel {
+    uint16x8_t index, fraction;
+};
+
+// Uniform table: index = floor(c * s / 32768) (sqdmulh), fraction = bits 8 to
+// 14 of the wrapped product c * s.
+LUT3D_KERNEL_INLINE Channel channelUniform(uint8x8_t value, int16x8_t scale)
 {
-    uint32x4_t lo = vmull_n_u16(vget_low_u16(iR), g.planeStride);
-    uint32x4_t hi = vmull_n_u16(vget_high_u16(iR), g.planeStride);
-    lo = vmlal_n_u16(lo, vget_low_u16(iG), g.rowStride);
-    hi = vmlal_n_u16(hi, vget_high_u16(iG), g.rowStride);
-    lo = vmlal_n_u16(lo, vget_low_u16(iB), 4);
-    hi = vmlal_n_u16(hi, vget_high_u16(iB), 4);
+    const uint16x8_t c = vmovl_u8(value);
+    const uint16x8_t product = vmulq_u16(c, vreinterpretq_u16_s16(scale));
+    return {vreinterpretq_u16_s16(vqdmulhq_s16(vreinterpretq_s16_u16(c), scale)),
+            vandq_u16(vshrq_n_u16(product, 8), vdupq_n_u16(127))};
+}
+
+LUT3D_KERNEL_INLINE void positionsOf(const GridGeometry& g, const Channel& r, const Channel& gr,
+                                     const Channel& b, Positions* p)
+{
+    const uint16_t plane = static_cast<uint16_t>(g.planeStride);
+    const uint16_t row = static_cast<uint16_t>(g.rowStride);
+    uint32x4_t lo = vmull_n_u16(vget_low_u16(r.index), plane);
+    uint32x4_t hi = vmull_n_u16(vget_high_u16(r.index), plane);
+    lo = vmlal_n_u16(lo, vget_low_u16(gr.index), row);
+    hi = vmlal_n_u16(hi, vget_high_u16(gr.index), row);
+    lo = vmlal_n_u16(lo, vget_low_u16(b.index), 4);
+    hi = vmlal_n_u16(hi, vget_high_u16(b.index), 4);
     vst1q_u32(p->offset, lo);
     vst1q_u32(p->offset + 4, hi);
+    p->fR = r.fraction;
+    p->fG = gr.fraction;
+    p->fB = b.fraction;
 }
 
-// Uniform table: index = floor(c * s / 32768), fraction = bits 8 to 14 of c * s.
-LUT3D_KERNEL_INLINE void positionsUniform(const GridGeometry& g, const uint8x8x3_t& rgb, Positions* p)
+LUT3D_KERNEL_INLINE void positionsUniform(const GridGeometry& g, const uint8_t* rgb, Positions* p)
 {
-    uint16x8_t index[3], fraction[3];
-    for (int ch = 0; ch < 3; ++ch) {
-        const uint16x8_t c = vmovl_u8(rgb.val[ch]);
-        index[ch] = vreinterpretq_u16_s16(vqdmulhq_s16(vreinterpretq_s16_u16(c), g.scale));
-        const uint16x8_t product = vmulq_u16(c, vreinterpretq_u16_s16(g.scale));
-        fraction[ch] = vandq_u16(vshrq_n_u16(product, 8), vdupq_n_u16(127));
-    }
-    storeOffsets(g, index[0], index[1], index[2], p);
-    p->fR = fraction[0];
-    p->fG = fraction[1];
-    p->fB = fraction[2];
+    const uint8x8x3_t c = vld3_u8(rgb);
+    positionsOf(g, channelUniform(c.val[0], g.scale), channelUniform(c.val[1], g.scale),
+                channelUniform(c.val[2], g.scale), p);
 }
 
-// Non-uniform table: (index, fraction) pairs from the index table.
+// Non-uniform table: (index, fraction) pairs from the index table, one
+// channel value at a time.
 LUT3D_KERNEL_INLINE void positionsIndexed(const GridGeometry& g, const uint8_t* rgb, Positions* p)
 {
     uint16_t index[3][8], fraction[3][8];
@@ -131,86 +141,94 @@ LUT3D_KERNEL_INLINE void positionsIndexed(const GridGeometry& g, const uint8_t* 
             index[ch][i] = pair[0];
             fraction[ch][i] = pair[1];
         }
-    storeOffsets(g, vld1q_u16(index[0]), vld1q_u16(index[1]), vld1q_u16(index[2]), p);
-    p->fR = vld1q_u16(fraction[0]);
-    p->fG = vld1q_u16(fraction[1]);
-    p->fB = vld1q_u16(fraction[2]);
+    positionsOf(g, {vld1q_u16(index[0]), vld1q_u16(fraction[0])},
+                {vld1q_u16(index[1]), vld1q_u16(fraction[1])},
+                {vld1q_u16(index[2]), vld1q_u16(fraction[2])}, p);
 }
 
-// Weights of four pixels' words: each pixel's fraction in all four bytes of
-// its word (f), and 128 - f.
+// Weights of four pixels' cell words: each pixel's fraction f in all four
+// bytes of its word, and 128 - f. `spread` picks the fraction bytes of
+// pixels 0-3 or 4-7 out of the 16-bit lanes.
 struct Weights {
-    uint8x16_t w0[2], w1[2]; // pixels 0-3 and 4-7
+    uint8x16_t w0, w1;
 };
 
-LUT3D_KERNEL_INLINE Weights weightsOf(uint16x8_t f)
+LUT3D_KERNEL_INLINE Weights weightsOf(uint16x8_t f, uint8x16_t spread)
 {
-    // The fraction of pixel i is byte 2 * i of the 16-bit lanes.
-    static const uint8_t kSpread[2][16] = {{0, 0, 0, 0, 2, 2, 2, 2, 4, 4, 4, 4, 6, 6, 6, 6},
-                                           {8, 8, 8, 8, 10, 10, 10, 10, 12, 12, 12, 12, 14, 14, 14, 14}};
-    const uint8x16_t bytes = vreinterpretq_u8_u16(f);
-    Weights w;
-    for (int h = 0; h < 2; ++h) {
-        w.w1[h] = vqtbl1q_u8(bytes, vld1q_u8(kSpread[h]));
-        w.w0[h] = vsubq_u8(vdupq_n_u8(128), w.w1[h]);
-    }
-    return w;
+    const uint8x16_t w1 = vqtbl1q_u8(vreinterpretq_u8_u16(f), spread);
+    return {vsubq_u8(vdupq_n_u8(128), w1), w1};
 }
 
-// (c0 * w0 + c1 * w1) >> 7 for sixteen bytes; the sums fit 16 bits.
-LUT3D_KERNEL_INLINE uint8x16_t lerp7(uint8x16_t c0, uint8x16_t c1, uint8x16_t w0, uint8x16_t w1)
+// (c0 * (128 - f) + c1 * f) >> 7 for sixteen bytes; the sums fit 16 bits.
+LUT3D_KERNEL_INLINE uint8x16_t lerp7(uint8x16_t c0, uint8x16_t c1, const Weights& w)
 {
-    const uint16x8_t lo =
-        vmlal_u8(vmull_u8(vget_low_u8(c0), vget_low_u8(w0)), vget_low_u8(c1), vget_low_u8(w1));
-    const uint16x8_t hi = vmlal_high_u8(vmull_high_u8(c0, w0), c1, w1);
+    const uint16x8_t lo = vmlal_u8(vmull_u8(vget_low_u8(c0), vget_low_u8(w.w0)), vget_low_u8(c1),
+                                   vget_low_u8(w.w1));
+    const uint16x8_t hi = vmlal_high_u8(vmull_high_u8(c0, w.w0), c1, w.w1);
     return vshrn_high_n_u16(vshrn_n_u16(lo, 7), hi, 7);
 }
 
-// Corner (a, b, d) of four pixels: one 32-bit cell per lane.
-LUT3D_KERNEL_INLINE uint8x16_t loadCorner(const uint8_t* const (&cell)[4], uint32_t at)
+// The cells at iB (d0) and iB + 1 (d1) of one (R, G) corner of four pixels:
+// one 64-bit load per pixel (plain loads take a register offset, lane loads
+// would need an address each), then split into one cell of four pixels per
+// vector.
+struct CellPair {
+    uint8x16_t d0, d1;
+};
+
+LUT3D_KERNEL_INLINE uint32x2_t loadCells(const uint8_t* cell)
 {
-    uint32x4_t v = vdupq_n_u32(0);
-    v = vld1q_lane_u32(reinterpret_cast<const uint32_t*>(cell[0] + at), v, 0);
-    v = vld1q_lane_u32(reinterpret_cast<const uint32_t*>(cell[1] + at), v, 1);
-    v = vld1q_lane_u32(reinterpret_cast<const uint32_t*>(cell[2] + at), v, 2);
-    v = vld1q_lane_u32(reinterpret_cast<const uint32_t*>(cell[3] + at), v, 3);
-    return vreinterpretq_u8_u32(v);
+    return vld1_u32(reinterpret_cast<const uint32_t*>(cell));
 }
 
-// R, G, B, x words of four pixels looked up through the grid (h: which four).
-LUT3D_KERNEL_INLINE uint8x16_t interpolate4(const GridGeometry& g, const Positions& p, const Weights& wR,
-                               const Weights& wG, const Weights& wB, int h)
+LUT3D_KERNEL_INLINE CellPair loadPair(const uint8_t* const (&cell)[4], uint32_t at)
 {
-    const uint8_t* const cell[4] = {g.grid + p.offset[4 * h], g.grid + p.offset[4 * h + 1],
-                                    g.grid + p.offset[4 * h + 2], g.grid + p.offset[4 * h + 3]};
-    uint8x16_t e[2][2]; // along R, for each (b, d)
-    for (int b = 0; b < 2; ++b)
-        for (int d = 0; d < 2; ++d)
-            e[b][d] = lerp7(loadCorner(cell, g.corner[0][b][d]),
-                            loadCorner(cell, g.corner[1][b][d]), wR.w0[h], wR.w1[h]);
-    const uint8x16_t g0 = lerp7(e[0][0], e[1][0], wG.w0[h], wG.w1[h]);
-    const uint8x16_t g1 = lerp7(e[0][1], e[1][1], wG.w0[h], wG.w1[h]);
-    return lerp7(g0, g1, wB.w0[h], wB.w1[h]);
+    const uint32x4_t p01 = vcombine_u32(loadCells(cell[0] + at), loadCells(cell[1] + at));
+    const uint32x4_t p23 = vcombine_u32(loadCells(cell[2] + at), loadCells(cell[3] + at));
+    return {vreinterpretq_u8_u32(vuzp1q_u32(p01, p23)), vreinterpretq_u8_u32(vuzp2q_u32(p01, p23))};
+}
+
+// R, G, B, x words of four pixels looked up through the grid: along R for
+// each (G, B) corner, then along G, then along B.
+LUT3D_KERNEL_INLINE uint8x16_t interpolate4(const GridGeometry& g, const uint32_t* offset,
+                                            const Weights& r, const Weights& gw, const Weights& b)
+{
+    const uint8_t* const cell[4] = {g.grid + offset[0], g.grid + offset[1], g.grid + offset[2],
+                                    g.grid + offset[3]};
+    const uint32_t plane = g.planeStride, row = g.rowStride;
+    const CellPair r0g0 = loadPair(cell, 0), r1g0 = loadPair(cell, plane);
+    const CellPair r0g1 = loadPair(cell, row), r1g1 = loadPair(cell, plane + row);
+    const uint8x16_t e00 = lerp7(r0g0.d0, r1g0.d0, r);
+    const uint8x16_t e01 = lerp7(r0g0.d1, r1g0.d1, r);
+    const uint8x16_t e10 = lerp7(r0g1.d0, r1g1.d0, r);
+    const uint8x16_t e11 = lerp7(r0g1.d1, r1g1.d1, r);
+    return lerp7(lerp7(e00, e10, gw), lerp7(e01, e11, gw), b);
 }
 
 template <bool kUniform>
 void gridLoop(const GridGeometry& g, uint8_t* rgb, uint32_t count)
 {
+    // The fraction of pixel i is byte 2 * i of the 16-bit lanes.
+    static const uint8_t kSpread[2][16] = {
+        {0, 0, 0, 0, 2, 2, 2, 2, 4, 4, 4, 4, 6, 6, 6, 6},
+        {8, 8, 8, 8, 10, 10, 10, 10, 12, 12, 12, 12, 14, 14, 14, 14}};
     // Drops the fourth byte of each word: 32 bytes of words to 24 of triples.
     static const uint8_t kPackHead[16] = {0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, 16, 17, 18, 20};
     static const uint8_t kPackTail[8] = {21, 22, 24, 25, 26, 28, 29, 30};
+    const uint8x16_t low = vld1q_u8(kSpread[0]), high = vld1q_u8(kSpread[1]);
     const uint8x16_t packHead = vld1q_u8(kPackHead);
     const uint8x8_t packTail = vld1_u8(kPackTail);
     for (uint32_t x = 0; x < count; x += 8, rgb += 24) {
         Positions p;
         if (kUniform)
-            positionsUniform(g, vld3_u8(rgb), &p);
+            positionsUniform(g, rgb, &p);
         else
             positionsIndexed(g, rgb, &p);
-        const Weights wR = weightsOf(p.fR), wG = weightsOf(p.fG), wB = weightsOf(p.fB);
         uint8x16x2_t words;
-        words.val[0] = interpolate4(g, p, wR, wG, wB, 0);
-        words.val[1] = interpolate4(g, p, wR, wG, wB, 1);
+        words.val[0] = interpolate4(g, p.offset, weightsOf(p.fR, low), weightsOf(p.fG, low),
+                                    weightsOf(p.fB, low));
+        words.val[1] = interpolate4(g, p.offset + 4, weightsOf(p.fR, high), weightsOf(p.fG, high),
+                                    weightsOf(p.fB, high));
         vst1q_u8(rgb, vqtbl2q_u8(words, packHead));
         vst1_u8(rgb + 16, vqtbl2_u8(words, packTail));
     }
@@ -221,13 +239,8 @@ void gridLookupNeon(const Lut3DConstants* k, const Lut3DTable* table, uint8_t* r
 {
     GridGeometry g;
     g.grid = table->grid;
-    // N <= 65: planeStride <= 4 * 66 * 66 = 17424 fits 16 bits.
-    g.planeStride = static_cast<uint16_t>(table->planeStride);
-    g.rowStride = static_cast<uint16_t>(table->rowStride);
-    for (int a = 0; a < 2; ++a)
-        for (int b = 0; b < 2; ++b)
-            for (int d = 0; d < 2; ++d)
-                g.corner[a][b][d] = a * g.planeStride + b * g.rowStride + d * 4;
+    g.planeStride = static_cast<uint32_t>(table->planeStride);
+    g.rowStride = static_cast<uint32_t>(table->rowStride);
     g.scale = vreinterpretq_s16_u16(vld1q_u16(k->gridScale));
     g.indexTable = table->indexTable;
     if (table->uniform)
