@@ -3,19 +3,21 @@
  * the dispatch's CPU check. Integer code only (no FMA can contract anything);
  * bit-exact with the portable reference.
  *
- * Grid lookup, one group of 8 pixels per 256-bit vector: each pixel's cell
- * offset and fractions are computed in 32-bit lanes, the eight corners are
- * eight vpgatherdd of one 32-bit cell per pixel, and the interpolation runs
- * on the even bytes (R, B) and odd bytes (G, x) of the gathered words in
- * 16-bit lanes, as in the SSE4.1 variant. Non-uniform tables take their
- * (index, fraction) pairs with three more gathers from the index table.
+ * Grid lookup, one group of 8 pixels per step: each channel value is spread
+ * to both 16-bit halves of its pixel's word, which gives the index and the
+ * fraction already in the form the interpolation wants; the four (R, G)
+ * corners of each pixel are gathered with vpgatherdq, one 64-bit element
+ * holding the cells at iB and iB + 1; the interpolation runs on the even
+ * bytes (R, B) and the odd bytes (G, x) of the cell words in 16-bit lanes,
+ * as in the SSE4.1 variant. Non-uniform tables take their (index, fraction)
+ * pairs with three 32-bit gathers from the index table.
  * The YUV->RGB and RGB->YUV steps are the shared ones of Lut3DKernelX86.h,
  * sixteen pixels per step.
  *
  * Memory: reads and writes exactly count bytes of each luma and chroma row
  * and 3 * count bytes of each RGB buffer; nothing past a row. A corner gather
- * reads 4 bytes per cell; the upper neighbour of any index is a padding cell
- * at worst, inside the grid. An index-table gather reads the aligned 32-bit
+ * reads the 8 bytes of cells iB and iB + 1; iB + 1 <= N is a padding cell at
+ * worst, inside the grid. An index-table gather reads the aligned 32-bit
  * word holding the wanted pair (bytes 4 * (c / 2) to 4 * (c / 2) + 3), inside
  * the 512-byte table.
  */
@@ -32,7 +34,6 @@ struct Positions {
 };
 
 struct GridGeometry {
-    const uint8_t* grid;
     const long long* pair[2][2]; // grid + a * planeStride + b * rowStride
     __m256i strides;             // planeStride | rowStride << 16 per word, for pmaddwd
     __m256i scale2;              // twice the grid scale in every 16-bit lane (uniform)
@@ -53,7 +54,8 @@ LUT3D_KERNEL_INLINE __m256i channelTwice(__m256i group, int ch)
 {
     const __m256i base = _mm256_setr_epi8(0, Z, 0, Z, 3, Z, 3, Z, 6, Z, 6, Z, 9, Z, 9, Z,
                                           4, Z, 4, Z, 7, Z, 7, Z, 10, Z, 10, Z, 13, Z, 13, Z);
-    return _mm256_shuffle_epi8(group, _mm256_add_epi8(base, _mm256_set1_epi8(static_cast<char>(ch))));
+    const __m256i shift = _mm256_set1_epi8(static_cast<char>(ch));
+    return _mm256_shuffle_epi8(group, _mm256_add_epi8(base, shift));
 }
 
 // Channel ch of each pixel as a 32-bit word.
@@ -61,7 +63,8 @@ LUT3D_KERNEL_INLINE __m256i channelWord(__m256i group, int ch)
 {
     const __m256i base = _mm256_setr_epi8(0, Z, Z, Z, 3, Z, Z, Z, 6, Z, Z, Z, 9, Z, Z, Z,
                                           4, Z, Z, Z, 7, Z, Z, Z, 10, Z, Z, Z, 13, Z, Z, Z);
-    return _mm256_shuffle_epi8(group, _mm256_add_epi8(base, _mm256_set1_epi8(static_cast<char>(ch))));
+    const __m256i shift = _mm256_set1_epi8(static_cast<char>(ch));
+    return _mm256_shuffle_epi8(group, _mm256_add_epi8(base, shift));
 }
 
 // iR * planeStride + iG * rowStride + iB * 4 from indices held twice per
@@ -85,17 +88,18 @@ LUT3D_KERNEL_INLINE void storeWords(uint8_t* rgb, __m256i words)
     store8(rgb + 16, _mm256_extracti128_si256(packed, 1));
 }
 
-// Uniform table, in 16-bit lanes holding c twice: index = floor(c * 2s / 65536)
-// (unsigned high half), fraction = the wrapped product c * 2s >> 9 (bits 8 to
-// 14 of c * s). Both come out in both halves of each pixel's word.
 struct Channel {
     __m256i index, fraction; // both held twice per pixel word
 };
 
+// Uniform table, in 16-bit lanes holding c twice: index = floor(c * 2s / 65536)
+// (unsigned high half), fraction = the wrapped product c * 2s >> 9 (bits 8 to
+// 14 of c * s). Both come out in both halves of each pixel's word.
 LUT3D_KERNEL_INLINE Channel channelUniform(const GridGeometry& g, __m256i group, int ch)
 {
     const __m256i c = channelTwice(group, ch);
-    return {_mm256_mulhi_epu16(c, g.scale2), _mm256_srli_epi16(_mm256_mullo_epi16(c, g.scale2), 9)};
+    return {_mm256_mulhi_epu16(c, g.scale2),
+            _mm256_srli_epi16(_mm256_mullo_epi16(c, g.scale2), 9)};
 }
 
 LUT3D_KERNEL_INLINE Positions positionsOf(const GridGeometry& g, const Channel& r,
@@ -145,7 +149,8 @@ struct EvenOdd {
 
 LUT3D_KERNEL_INLINE EvenOdd split(__m256i words)
 {
-    return {_mm256_and_si256(words, _mm256_set1_epi32(0x00FF00FF)), _mm256_srli_epi16(words, 8)};
+    return {_mm256_and_si256(words, _mm256_set1_epi32(0x00FF00FF)),
+            _mm256_srli_epi16(words, 8)};
 }
 
 LUT3D_KERNEL_INLINE EvenOdd lerp(const EvenOdd& c0, const EvenOdd& c1, __m256i f)
@@ -218,7 +223,6 @@ void gridLookupAVX2(const Lut3DConstants* k, const Lut3DTable* table, uint8_t* r
                     uint32_t count)
 {
     GridGeometry g;
-    g.grid = table->grid;
     const uint32_t plane = static_cast<uint32_t>(table->planeStride);
     const uint32_t row = static_cast<uint32_t>(table->rowStride);
     for (int a = 0; a < 2; ++a)

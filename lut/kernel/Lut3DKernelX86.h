@@ -118,7 +118,7 @@ static LUT3D_KERNEL_INLINE YuvToRgbConstants yuvToRgbConstants(const Lut3DConsta
 
 // Eight R, G, B triples of one row from Y' and the shared chroma terms.
 static LUT3D_KERNEL_INLINE void rgbRow(__m128i yScaled, __m128i rTerm, __m128i gTerm, __m128i bTerm,
-                          uint8_t* out)
+                                       uint8_t* out)
 {
     const __m128i two = _mm_set1_epi16(2);
     const __m128i r = _mm_srai_epi16(_mm_add_epi16(_mm_add_epi16(yScaled, rTerm), two), 2);
@@ -136,8 +136,9 @@ static LUT3D_KERNEL_INLINE void rgbRow(__m128i yScaled, __m128i rTerm, __m128i g
 }
 
 // One group of eight pixels of both rows.
-static LUT3D_KERNEL_INLINE void yuvToRgb8(const YuvToRgbConstants& c, const uint8_t* y0, const uint8_t* y1,
-                             const uint8_t* uv, uint8_t* rgb0, uint8_t* rgb1)
+static LUT3D_KERNEL_INLINE void yuvToRgb8(const YuvToRgbConstants& c, const uint8_t* y0,
+                                          const uint8_t* y1, const uint8_t* uv, uint8_t* rgb0,
+                                          uint8_t* rgb1)
 {
     const __m128i chroma = load8(uv);
     // 2u and 2v: (C - 128) * 32, the doubled operand of pmulhw.
@@ -155,9 +156,9 @@ static LUT3D_KERNEL_INLINE void yuvToRgb8(const YuvToRgbConstants& c, const uint
     rgbRow(_mm_mulhi_epi16(l1, c.lumaScale), rTerm, gTerm, bTerm, rgb1);
 }
 
-static LUT3D_KERNEL_INLINE void yuvToRgbX86(const Lut3DConstants* k, const uint8_t* y0, const uint8_t* y1,
-                               const uint8_t* uv, int isNV21, uint8_t* rgb0, uint8_t* rgb1,
-                               uint32_t count)
+static LUT3D_KERNEL_INLINE void yuvToRgbX86(const Lut3DConstants* k, const uint8_t* y0,
+                                            const uint8_t* y1, const uint8_t* uv, int isNV21,
+                                            uint8_t* rgb0, uint8_t* rgb1, uint32_t count)
 {
     const YuvToRgbConstants c = yuvToRgbConstants(k, isNV21);
     for (uint32_t x = 0; x < count; x += 8)
@@ -241,7 +242,8 @@ static LUT3D_KERNEL_INLINE __m128i average2x2(__m128i row0, __m128i row1)
 }
 
 static LUT3D_KERNEL_INLINE void rgbToYuv8(const RgbToYuvConstants& c, const uint8_t* rgb0,
-                             const uint8_t* rgb1, uint8_t* y0, uint8_t* y1, uint8_t* uv)
+                                          const uint8_t* rgb1, uint8_t* y0, uint8_t* y1,
+                                          uint8_t* uv)
 {
     const Channels p0 = loadChannels(rgb0);
     const Channels p1 = loadChannels(rgb1);
@@ -258,8 +260,9 @@ static LUT3D_KERNEL_INLINE void rgbToYuv8(const RgbToYuvConstants& c, const uint
     store8(uv, chroma);
 }
 
-static LUT3D_KERNEL_INLINE void rgbToYuvX86(const Lut3DConstants* k, const uint8_t* rgb0, const uint8_t* rgb1,
-                               uint8_t* y0, uint8_t* y1, uint8_t* uv, int isNV21, uint32_t count)
+static LUT3D_KERNEL_INLINE void rgbToYuvX86(const Lut3DConstants* k, const uint8_t* rgb0,
+                                            const uint8_t* rgb1, uint8_t* y0, uint8_t* y1,
+                                            uint8_t* uv, int isNV21, uint32_t count)
 {
     const RgbToYuvConstants c = rgbToYuvConstants(k, isNV21);
     for (uint32_t x = 0; x < count; x += 8)
@@ -316,9 +319,11 @@ static LUT3D_KERNEL_INLINE void yuvToRgb16(const YuvToRgbConstants& c, const uin
     const __m256i lumaOffset = twice128(c.lumaOffset);
     const __m256i lumaScale = twice128(c.lumaScale);
     const __m256i two = _mm256_set1_epi16(2);
-    const __m256i headRG = twice128(_mm_setr_epi8(0, 8, Z, 1, 9, Z, 2, 10, Z, 3, 11, Z, 4, 12, Z, 5));
+    const __m256i headRG =
+        twice128(_mm_setr_epi8(0, 8, Z, 1, 9, Z, 2, 10, Z, 3, 11, Z, 4, 12, Z, 5));
     const __m256i headB = twice128(_mm_setr_epi8(Z, Z, 0, Z, Z, 1, Z, Z, 2, Z, Z, 3, Z, Z, 4, Z));
-    const __m256i tailRG = twice128(_mm_setr_epi8(13, Z, 6, 14, Z, 7, 15, Z, Z, Z, Z, Z, Z, Z, Z, Z));
+    const __m256i tailRG =
+        twice128(_mm_setr_epi8(13, Z, 6, 14, Z, 7, 15, Z, Z, Z, Z, Z, Z, Z, Z, Z));
     const __m256i tailB = twice128(_mm_setr_epi8(Z, 5, Z, Z, 6, Z, Z, 7, Z, Z, Z, Z, Z, Z, Z, Z));
     const uint8_t* luma[2] = {y0, y1};
     uint8_t* out[2] = {rgb0, rgb1};

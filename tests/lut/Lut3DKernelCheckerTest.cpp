@@ -293,8 +293,8 @@ uint32_t randomWidth(std::mt19937& rng)
 
 constexpr uint32_t kMatrices[] = {0, 1, 7};
 constexpr int32_t kRanges[] = {0, 1, 2};
-constexpr uint32_t kTables = 48;
-constexpr uint32_t kRowPairsPerTable = 30;
+constexpr uint32_t kTables = 64;
+constexpr uint32_t kRowPairsPerTable = 32;
 
 TEST(Lut3DKernelChecker, RowPairsMatchReferenceByteForByte)
 {
