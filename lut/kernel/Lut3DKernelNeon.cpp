@@ -130,20 +130,22 @@ LUT3D_KERNEL_INLINE void positionsUniform(const GridGeometry& g, const uint8_t* 
                 channelUniform(c.val[2], g.scale), p);
 }
 
+LUT3D_KERNEL_INLINE Channel channelIndexed(const uint16_t* pairs)
+{
+    const uint16x8_t words = vld1q_u16(pairs);
+    return {vandq_u16(words, vdupq_n_u16(0xFF)), vshrq_n_u16(words, 8)};
+}
+
 // Non-uniform table: (index, fraction) pairs from the index table, one
-// channel value at a time.
+// channel value at a time, each pair read as one 16-bit word (index in its
+// low byte).
 LUT3D_KERNEL_INLINE void positionsIndexed(const GridGeometry& g, const uint8_t* rgb, Positions* p)
 {
-    uint16_t index[3][8], fraction[3][8];
+    uint16_t pairs[3][8];
     for (int i = 0; i < 8; ++i)
-        for (int ch = 0; ch < 3; ++ch) {
-            const uint8_t* pair = g.indexTable + 2 * rgb[3 * i + ch];
-            index[ch][i] = pair[0];
-            fraction[ch][i] = pair[1];
-        }
-    positionsOf(g, {vld1q_u16(index[0]), vld1q_u16(fraction[0])},
-                {vld1q_u16(index[1]), vld1q_u16(fraction[1])},
-                {vld1q_u16(index[2]), vld1q_u16(fraction[2])}, p);
+        for (int ch = 0; ch < 3; ++ch)
+            std::memcpy(&pairs[ch][i], g.indexTable + 2 * rgb[3 * i + ch], 2);
+    positionsOf(g, channelIndexed(pairs[0]), channelIndexed(pairs[1]), channelIndexed(pairs[2]), p);
 }
 
 // Weights of four pixels' cell words: each pixel's fraction f in all four
