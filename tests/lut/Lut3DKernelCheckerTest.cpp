@@ -432,6 +432,13 @@ TEST(Lut3DKernelChecker, DispatchPicksOneRunnableVariantOnce)
 
 // ------------------------------------------------------------ identities
 
+// The identities are checked millions of times: compare without building an
+// assertion object for every case, and stop at the first counterexample.
+#define REQUIRE_SAME(a, b)                                                                        \
+    if ((a) == (b)) {                                                                             \
+    } else                                                                                        \
+        FAIL() << #a " = " << +(a) << ", " #b " = " << +(b) << " at "
+
 // The Q13 and Q8 coefficient sets, read from the constants block.
 std::vector<ConstantsPtr> everyCoefficientSet()
 {
@@ -460,15 +467,15 @@ TEST(Lut3DKernelIdentities, MulHighIsHighHalfOfDoubledProduct)
                           k->bFromU[0]}) {
             for (int32_t a = -2048; a <= 4080; ++a) {
                 const int16_t expected = static_cast<int16_t>(floorDiv(int64_t{a} * c, 32768));
-                ASSERT_EQ(mulHigh(static_cast<int16_t>(a), c), expected) << a << " " << c;
+                REQUIRE_SAME(mulHigh(static_cast<int16_t>(a), c), expected) << a << " " << c;
 #if defined(__x86_64__)
                 const __m128i hi = _mm_mulhi_epi16(_mm_set1_epi16(static_cast<int16_t>(2 * a)),
                                                    _mm_set1_epi16(c));
-                ASSERT_EQ(static_cast<int16_t>(_mm_extract_epi16(hi, 3)), expected) << a;
+                REQUIRE_SAME(static_cast<int16_t>(_mm_extract_epi16(hi, 3)), expected) << a;
 #elif defined(__aarch64__)
                 const int16x8_t hi = vqdmulhq_s16(vdupq_n_s16(static_cast<int16_t>(a)),
                                                   vdupq_n_s16(c));
-                ASSERT_EQ(vgetq_lane_s16(hi, 5), expected) << a;
+                REQUIRE_SAME(vgetq_lane_s16(hi, 5), expected) << a;
 #endif
             }
         }
@@ -511,10 +518,10 @@ TEST(Lut3DKernelIdentities, RoundingShiftBy2)
         const uint8_t expected = roundShift2Sat(lane);
         if (x <= 32765) {
             const int32_t shifted = static_cast<int16_t>(x + 2) >> 2;
-            ASSERT_EQ(std::clamp(shifted, 0, 255), expected) << x;
+            REQUIRE_SAME(std::clamp(shifted, 0, 255), expected) << x;
         }
 #if defined(__aarch64__)
-        ASSERT_EQ(vget_lane_u8(vqrshrun_n_s16(vdupq_n_s16(lane), 2), 0), expected) << x;
+        REQUIRE_SAME(vget_lane_u8(vqrshrun_n_s16(vdupq_n_s16(lane), 2), 0), expected) << x;
 #endif
     }
 }
@@ -531,7 +538,7 @@ TEST(Lut3DKernelIdentities, LerpByDifference)
             for (int c1 = 0; c1 < 256; ++c1) {
                 expected[c1] = lerp7(static_cast<uint8_t>(c0), static_cast<uint8_t>(c1), f);
                 const int16_t product = static_cast<int16_t>((c1 - c0) * f);
-                ASSERT_EQ(c0 + (product >> 7), expected[c1]) << c0 << " " << c1 << " " << f;
+                REQUIRE_SAME(c0 + (product >> 7), expected[c1]) << c0 << " " << c1 << " " << f;
             }
 #if defined(__x86_64__)
             for (int c1 = 0; c1 < 256; c1 += 8) {
@@ -543,7 +550,7 @@ TEST(Lut3DKernelIdentities, LerpByDifference)
                 alignas(16) int16_t lanes[8];
                 _mm_store_si128(reinterpret_cast<__m128i*>(lanes), r);
                 for (int i = 0; i < 8; ++i)
-                    ASSERT_EQ(lanes[i], expected[c1 + i]) << c0 << " " << c1 + i << " " << f;
+                    REQUIRE_SAME(lanes[i], expected[c1 + i]) << c0 << " " << c1 + i << " " << f;
             }
 #elif defined(__aarch64__)
             for (int c1 = 0; c1 < 256; c1 += 16) {
@@ -560,7 +567,7 @@ TEST(Lut3DKernelIdentities, LerpByDifference)
                 const uint16x8_t hi = vmlal_high_u8(vmull_high_u8(a, w0), b, w1);
                 vst1q_u8(lanes, vshrn_high_n_u16(vshrn_n_u16(lo, 7), hi, 7));
                 for (int i = 0; i < 16; ++i)
-                    ASSERT_EQ(lanes[i], expected[c1 + i]) << c0 << " " << c1 + i << " " << f;
+                    REQUIRE_SAME(lanes[i], expected[c1 + i]) << c0 << " " << c1 + i << " " << f;
             }
 #endif
         }
@@ -584,9 +591,9 @@ TEST(Lut3DKernelIdentities, UniformPositionFromSixteenBitProducts)
         for (uint32_t c = 0; c < 256; ++c) {
             uint32_t index, fraction;
             gridPosUniform(static_cast<uint8_t>(c), static_cast<uint16_t>(s), &index, &fraction);
-            ASSERT_EQ((2 * c * s) >> 16, index) << c << " " << s;
-            ASSERT_EQ((static_cast<uint16_t>(c * s) >> 8) & 127, fraction) << c << " " << s;
-            ASSERT_EQ(static_cast<uint16_t>(2 * c * s) >> 9, fraction) << c << " " << s;
+            REQUIRE_SAME((2 * c * s) >> 16, index) << c << " " << s;
+            REQUIRE_SAME((static_cast<uint16_t>(c * s) >> 8) & 127, fraction) << c << " " << s;
+            REQUIRE_SAME(static_cast<uint16_t>(2 * c * s) >> 9, fraction) << c << " " << s;
         }
 #if defined(__aarch64__)
         for (uint32_t c = 0; c < 256; c += 8) {
@@ -600,7 +607,7 @@ TEST(Lut3DKernelIdentities, UniformPositionFromSixteenBitProducts)
                                &expectedIndex, &fraction);
                 int16_t got[8];
                 vst1q_s16(got, index);
-                ASSERT_EQ(static_cast<uint32_t>(got[i]), expectedIndex) << c + i << " " << s;
+                REQUIRE_SAME(static_cast<uint32_t>(got[i]), expectedIndex) << c + i << " " << s;
             }
         }
 #endif
@@ -616,9 +623,9 @@ TEST(Lut3DKernelIdentities, LumaRoundingNarrow)
 {
     for (uint32_t sum = 0; sum < 65536; ++sum) {
         const uint8_t reference = static_cast<uint8_t>((sum + 128) >> 8);
-        ASSERT_EQ(static_cast<uint16_t>(sum + 128) >> 8, reference) << sum;
+        REQUIRE_SAME(static_cast<uint16_t>(sum + 128) >> 8, reference) << sum;
 #if defined(__aarch64__)
-        ASSERT_EQ(vget_lane_u8(vrshrn_n_u16(vdupq_n_u16(static_cast<uint16_t>(sum)), 8), 0),
+        REQUIRE_SAME(vget_lane_u8(vrshrn_n_u16(vdupq_n_u16(static_cast<uint16_t>(sum)), 8), 0),
                   reference)
             << sum;
 #endif
@@ -634,11 +641,11 @@ TEST(Lut3DKernelIdentities, ChromaRoundingNarrow)
         const uint8_t expected = chromaNarrow(static_cast<int16_t>(x));
         if (x <= 32767 - 128) {
             const int32_t shifted = static_cast<int16_t>(x + 128) >> 8;
-            ASSERT_EQ(static_cast<uint8_t>(std::clamp(shifted, -128, 127) + 128), expected) << x;
+            REQUIRE_SAME(static_cast<uint8_t>(std::clamp(shifted, -128, 127) + 128), expected) << x;
         }
 #if defined(__aarch64__)
         const int8x8_t n = vqrshrn_n_s16(vdupq_n_s16(static_cast<int16_t>(x)), 8);
-        ASSERT_EQ(static_cast<uint8_t>(vget_lane_s8(n, 0) + 128), expected) << x;
+        REQUIRE_SAME(static_cast<uint8_t>(vget_lane_s8(n, 0) + 128), expected) << x;
 #endif
     }
     for (const ConstantsPtr& c : everyCoefficientSet()) {
