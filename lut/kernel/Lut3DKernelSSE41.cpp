@@ -4,7 +4,7 @@
  * portable reference.
  *
  * Grid lookup, four pixels per 128-bit vector, two vectors per group of 8:
- * each pixel's (iR, iG, iB) cell offset and its three 7-bit fractions are
+ * each pixel's (iR, iG, iB) cell offset and its three fractions (0 to 128) are
  * computed in 32-bit lanes; the corners are fetched as four 64-bit loads per
  * pixel, each holding the cells at iB and iB + 1 of one (R, G) pair, and
  * transposed so that one vector holds one corner of four pixels as
@@ -16,7 +16,7 @@
  * Memory: reads and writes exactly count bytes of each luma and chroma row
  * and 3 * count bytes of each RGB buffer; nothing past a row. A corner load
  * reads the 8 bytes of cells iB and iB + 1; iB + 1 <= N is a padding cell at
- * worst, inside the grid. The index table is read one 16-bit pair at a time.
+ * worst, inside the grid. The index table is read one pair at a time.
  */
 #include "lut/kernel/Lut3DKernelX86.h"
 
