@@ -2,9 +2,12 @@
  * CZeMessageLogger - call-site carrier of the debug log.
  *
  *   ZE_LOGGER.error("Invalid pos: %ld", pos);
+ *   ZE_LOGGER.warning() << "size " << size << " is odd";
  *
  * The macro fills file, line and function. Each entry tests its level gate
- * before any formatting, so a disabled message costs one comparison.
+ * before any formatting (printf-style) or before the message record is
+ * allocated (stream entries), so a disabled message costs one comparison; a
+ * closed stream entry returns an inactive logger that ignores what it gets.
  */
 #ifndef CZEMESSAGELOGGER_H
 #define CZEMESSAGELOGGER_H
@@ -26,6 +29,12 @@ public:
     void warning(const char* format, ...) const __attribute__((format(printf, 2, 3)));
     void info(const char* format, ...) const __attribute__((format(printf, 2, 3)));
     void debug(const char* format, ...) const __attribute__((format(printf, 2, 3)));
+
+    // Stream entries: a logger whose message is emitted when its last copy goes.
+    CZeDebugLog error() const;   // level is not 0
+    CZeDebugLog warning() const; // level 2 or more
+    CZeDebugLog info() const;    // level 3 or more
+    CZeDebugLog debug() const;   // level 4 or more
 
 private:
     bool m_saveToFile;

@@ -1,0 +1,17 @@
+/*
+ * ZeCore.h - every exported class of the core library in one include.
+ *
+ *   #include "ZeCore.h"
+ *   CZeString s = CZeString::fromUtf8("text");
+ */
+#ifndef ZECORE_H
+#define ZECORE_H
+
+#include "CZeByteArray.h"
+#include "CZeDebugLog.h"
+#include "CZeObject.h"
+#include "CZeString.h"
+#include "CZeThread.h"
+#include "CZeThreadStorage.h"
+
+#endif /* ZECORE_H */

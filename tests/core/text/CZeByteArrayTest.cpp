@@ -1,0 +1,467 @@
+// CZeByteArray: null/empty states, capacity rules, insertion, sharing and
+// copy-on-write isolation (including a randomised model check).
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "CZeByteArray.h"
+
+namespace {
+
+std::string str(const CZeByteArray& a)
+{
+    return std::string(a.constData(), size_t(a.size()));
+}
+
+// Every ordinary block is followed by a terminator.
+void expectTerminated(const CZeByteArray& a)
+{
+    EXPECT_EQ(a.constData()[a.size()], '\0') << str(a);
+}
+
+TEST(CZeByteArray, NullAndEmptyAreDistinct)
+{
+    CZeByteArray def;
+    EXPECT_TRUE(def.isNull());
+    EXPECT_TRUE(def.isEmpty());
+    EXPECT_STREQ(def.constData(), "");
+
+    CZeByteArray fromNull(nullptr);
+    EXPECT_TRUE(fromNull.isNull());
+    CZeByteArray fromNullSized(nullptr, 5);
+    EXPECT_TRUE(fromNullSized.isNull());
+
+    for (const CZeByteArray& e : {CZeByteArray(""), CZeByteArray("abc", 0), CZeByteArray(0, 'x'),
+                                  CZeByteArray(-3, 'x')}) {
+        EXPECT_FALSE(e.isNull());
+        EXPECT_TRUE(e.isEmpty());
+        EXPECT_EQ(e.capacity(), 0);
+        EXPECT_STREQ(e.constData(), "");
+    }
+}
+
+TEST(CZeByteArray, ConstructionCopiesExactly)
+{
+    CZeByteArray a("abcdef", 3);
+    EXPECT_EQ(str(a), "abc");
+    EXPECT_EQ(a.capacity(), 3);
+    expectTerminated(a);
+
+    const char withZero[] = {'a', '\0', 'b'};
+    CZeByteArray z(withZero, 3);
+    EXPECT_EQ(z.size(), 3);
+    EXPECT_EQ(z.at(2), 'b');
+
+    CZeByteArray f(4, '*');
+    EXPECT_EQ(str(f), "****");
+    EXPECT_EQ(f.capacity(), 4);
+    expectTerminated(f);
+}
+
+TEST(CZeByteArray, GrowingAppendRoundsCapacity)
+{
+    CZeByteArray a("0123456789");
+    a.append('x'); // 11 bytes need capacity 12: block 36 -> 64, 40 elements
+    EXPECT_EQ(a.capacity(), 39);
+    EXPECT_EQ(str(a), "0123456789x");
+    expectTerminated(a);
+}
+
+TEST(CZeByteArray, ResizeRules)
+{
+    CZeByteArray neg("abc");
+    neg.resize(-5);
+    EXPECT_FALSE(neg.isNull());
+    EXPECT_TRUE(neg.isEmpty());
+    EXPECT_EQ(neg.capacity(), 0); // the static empty block, like resize(0)
+
+    CZeByteArray reserved;
+    reserved.reserve(20);
+    reserved.append("hello");
+    const char* block = reserved.constData();
+    reserved.resize(0);
+    EXPECT_EQ(reserved.constData(), block); // capacity reserved: the block stays
+    EXPECT_GE(reserved.capacity(), 20);
+    expectTerminated(reserved);
+
+    CZeByteArray fresh;
+    fresh.resize(7); // first allocation of an empty array is exact
+    EXPECT_EQ(fresh.size(), 7);
+    EXPECT_EQ(fresh.capacity(), 7);
+    expectTerminated(fresh);
+
+    CZeByteArray eleven("hello world"); // capacity 12 with the terminator
+    block = eleven.constData();
+    eleven.resize(5); // 6 is not below 12 / 2: kept
+    EXPECT_EQ(eleven.constData(), block);
+    EXPECT_EQ(eleven.constData()[5], '\0');
+    EXPECT_EQ(str(eleven), "hello");
+
+    CZeByteArray big(100, 'b');
+    big.resize(10); // 11 < 101 / 2: memory is given back (with growth rounding)
+    EXPECT_EQ(big.capacity(), 39);
+    EXPECT_EQ(str(big), std::string(10, 'b'));
+    expectTerminated(big);
+
+    CZeByteArray kept(100, 'k');
+    kept.reserve(100);
+    kept.resize(10); // reserved capacity survives shrinking
+    EXPECT_EQ(kept.capacity(), 100);
+    kept.squeeze();
+    EXPECT_EQ(kept.capacity(), 10);
+    EXPECT_EQ(str(kept), std::string(10, 'k'));
+}
+
+TEST(CZeByteArray, AssignFromCString)
+{
+    CZeByteArray a("hello world");
+    const char* block = a.constData();
+    a = "abcdefg"; // 8 >= 12 / 2: the block is reused
+    EXPECT_EQ(a.constData(), block);
+    EXPECT_EQ(str(a), "abcdefg");
+    a = "hi"; // 3 < 12 / 2 and shorter: reallocated to exactly 3
+    EXPECT_EQ(str(a), "hi");
+    EXPECT_EQ(a.capacity(), 2);
+    a = "a longer text than before"; // does not fit: exact, no growth rounding
+    EXPECT_EQ(a.capacity(), 25);
+
+    CZeByteArray copy = a;
+    a = "changed";
+    EXPECT_EQ(str(copy), "a longer text than before");
+    EXPECT_EQ(str(a), "changed");
+
+    a = a.constData(); // self-assignment
+    EXPECT_EQ(str(a), "changed");
+    a = a.constData() + 3; // a part of itself, which shrinks the block
+    EXPECT_EQ(str(a), "nged");
+    expectTerminated(a);
+
+    a = static_cast<const char*>(nullptr);
+    EXPECT_TRUE(a.isNull());
+    a = "";
+    EXPECT_FALSE(a.isNull());
+    EXPECT_TRUE(a.isEmpty());
+}
+
+TEST(CZeByteArray, InsertPadsPastTheEnd)
+{
+    CZeByteArray a("ab");
+    a.insert(5, "xy");
+    EXPECT_EQ(a.size(), 7);
+    EXPECT_EQ(str(a), "ab   xy");
+    expectTerminated(a);
+
+    CZeByteArray b("abc");
+    b.insert(1, CZeByteArray("XY"));
+    EXPECT_EQ(str(b), "aXYbc");
+    b.insert(5, 'Z');
+    EXPECT_EQ(str(b), "aXYbcZ");
+    b.insert(0, "<", 1);
+    EXPECT_EQ(str(b), "<aXYbcZ");
+
+    CZeByteArray unchanged("abc");
+    unchanged.insert(-1, "x");
+    unchanged.insert(1, static_cast<const char*>(nullptr));
+    unchanged.insert(1, "");
+    unchanged.insert(1, CZeByteArray());
+    EXPECT_EQ(str(unchanged), "abc");
+}
+
+TEST(CZeByteArray, InsertIntoItself)
+{
+    CZeByteArray a("abc");
+    a.insert(1, a);
+    EXPECT_EQ(str(a), "aabcbc");
+
+    CZeByteArray b("0123456789");
+    b.reserve(100); // room enough that nothing moves unless it must
+    b.insert(2, b.constData() + 5, 3);
+    EXPECT_EQ(str(b), "0156723456789");
+    b.insert(0, b.constData() + 10);
+    EXPECT_EQ(str(b), "789" "0156723456789");
+}
+
+TEST(CZeByteArray, AppendSharesIntoStaticEmpty)
+{
+    const CZeByteArray source("shared");
+    CZeByteArray null;
+    null.append(source);
+    EXPECT_TRUE(null.isSharedWith(source));
+    CZeByteArray empty("");
+    empty.append(source);
+    EXPECT_TRUE(empty.isSharedWith(source));
+
+    // The shared block is never written: appending again copies first.
+    null.append("!");
+    EXPECT_EQ(str(source), "shared");
+    EXPECT_EQ(str(null), "shared!");
+
+    CZeByteArray raw = CZeByteArray::fromRawData("external", 8);
+    CZeByteArray target;
+    target.append(raw); // raw data is copied so that the result is terminated
+    EXPECT_FALSE(target.isSharedWith(raw));
+    EXPECT_EQ(str(target), "external");
+    expectTerminated(target);
+
+    CZeByteArray self("ab");
+    self.append(self);
+    self.append(self.constData(), 2);
+    EXPECT_EQ(str(self), "ababab");
+
+    CZeByteArray keep("x");
+    keep.append(CZeByteArray());
+    keep.append(static_cast<const char*>(nullptr));
+    EXPECT_EQ(str(keep), "x");
+}
+
+TEST(CZeByteArray, Prepend)
+{
+    CZeByteArray a("cd");
+    a.prepend("ab");
+    EXPECT_EQ(str(a), "abcd");
+    a.prepend(static_cast<const char*>(nullptr));
+    EXPECT_EQ(str(a), "abcd");
+    a.prepend(a.constData() + 2);
+    EXPECT_EQ(str(a), "cdabcd");
+    expectTerminated(a);
+
+    const CZeByteArray other("xy");
+    CZeByteArray null;
+    null.prepend(other);
+    EXPECT_TRUE(null.isSharedWith(other));
+    CZeByteArray b("12");
+    b.prepend(other);
+    EXPECT_EQ(str(b), "xy12");
+    b.prepend(b);
+    EXPECT_EQ(str(b), "xy12xy12");
+    b.prepend(CZeByteArray(""));
+    EXPECT_EQ(str(b), "xy12xy12");
+    EXPECT_EQ(str(other), "xy");
+}
+
+TEST(CZeByteArray, CopyOnWriteIsolation)
+{
+    CZeByteArray a("original");
+    CZeByteArray b = a;
+    EXPECT_TRUE(a.isSharedWith(b));
+    b.data()[0] = 'O';
+    b[1] = 'R';
+    EXPECT_EQ(str(a), "original");
+    EXPECT_EQ(str(b), "ORiginal");
+
+    CZeByteArray c = a;
+    c.resize(3);
+    c.insert(0, "<");
+    c.remove(1, 1);
+    EXPECT_EQ(str(a), "original");
+    EXPECT_EQ(str(c), "<ri");
+
+    char buffer[] = "raw bytes";
+    CZeByteArray raw = CZeByteArray::fromRawData(buffer, 3);
+    EXPECT_EQ(raw.constData(), buffer);
+    CZeByteArray rawCopy = raw;
+    rawCopy.append("!");
+    raw.data()[0] = 'W';
+    raw.resize(2); // may only shrink the view
+    EXPECT_STREQ(buffer, "raw bytes");
+    EXPECT_EQ(str(raw), "Wa");
+    EXPECT_EQ(str(rawCopy), "raw!");
+
+    CZeByteArray view = CZeByteArray::fromRawData(buffer, 5);
+    view.resize(2); // unshared raw data: only the size changes
+    EXPECT_EQ(view.constData(), buffer);
+    EXPECT_STREQ(buffer, "raw bytes"); // no terminator written into it
+    CZeByteArray terminated = view.nulTerminated();
+    EXPECT_NE(terminated.constData(), buffer);
+    EXPECT_STREQ(terminated.constData(), "ra");
+    EXPECT_TRUE(a.nulTerminated().isSharedWith(a));
+
+    view.setRawData(buffer + 4, 5); // the raw header is reused
+    EXPECT_EQ(str(view), "bytes");
+    view.setRawData(nullptr, 0);
+    EXPECT_FALSE(view.isNull());
+    EXPECT_TRUE(view.isEmpty());
+    EXPECT_TRUE(CZeByteArray::fromRawData(nullptr, 3).isNull());
+}
+
+TEST(CZeByteArray, OutOfRangeAccessIsHarmless)
+{
+    CZeByteArray a("abc");
+    EXPECT_EQ(a.at(-1), '\0');
+    EXPECT_EQ(a.at(3), '\0');
+    a[7] = 'x';
+    a[-1] = 'y';
+    EXPECT_EQ(str(a), "abc");
+}
+
+TEST(CZeByteArray, CaseCopiesUseTheLatin1Table)
+{
+    const CZeByteArray mixed("AZaz09\xC0\xD6\xD7\xD8\xDE\xDF\xE0\xF6\xF7\xF8\xFE\xFF");
+    EXPECT_EQ(str(mixed.toLower()), "azaz09\xE0\xF6\xD7\xF8\xFE\xDF\xE0\xF6\xF7\xF8\xFE\xFF");
+    EXPECT_EQ(str(mixed.toUpper()), "AZAZ09\xC0\xD6\xD7\xD8\xDE\xDF\xC0\xD6\xF7\xD8\xDE\xFF");
+    EXPECT_EQ(str(mixed), "AZaz09\xC0\xD6\xD7\xD8\xDE\xDF\xE0\xF6\xF7\xF8\xFE\xFF");
+    EXPECT_TRUE(CZeByteArray().toLower().isNull());
+}
+
+TEST(CZeByteArray, EverydayOperations)
+{
+    const CZeByteArray a("hello world");
+    EXPECT_EQ(str(a.left(5)), "hello");
+    EXPECT_EQ(str(a.right(5)), "world");
+    EXPECT_EQ(str(a.mid(6)), "world");
+    EXPECT_EQ(str(a.mid(3, 2)), "lo");
+    EXPECT_EQ(str(a.mid(-2, 4)), "he");
+    EXPECT_TRUE(a.mid(12).isNull());
+    EXPECT_TRUE(a.left(50).isSharedWith(a));
+    EXPECT_EQ(a.left(-1).size(), 0);
+
+    EXPECT_EQ(a.indexOf('o'), 4);
+    EXPECT_EQ(a.indexOf('o', 5), 7);
+    EXPECT_EQ(a.indexOf('o', -4), 7);
+    EXPECT_EQ(a.indexOf('z'), -1);
+    EXPECT_EQ(a.indexOf("wor"), 6);
+    EXPECT_EQ(a.indexOf(CZeByteArray("l"), 4), 9);
+    EXPECT_EQ(a.indexOf("worlds"), -1);
+    EXPECT_EQ(a.indexOf(""), 0);
+    EXPECT_EQ(a.lastIndexOf('o'), 7);
+    EXPECT_EQ(a.lastIndexOf('o', 6), 4);
+    EXPECT_TRUE(a.startsWith("hell"));
+    EXPECT_TRUE(a.endsWith(CZeByteArray("rld")));
+    EXPECT_FALSE(a.endsWith("hello"));
+
+    EXPECT_TRUE(a == "hello world");
+    EXPECT_TRUE(CZeByteArray() == CZeByteArray(""));
+    EXPECT_TRUE(CZeByteArray() == static_cast<const char*>(nullptr));
+    EXPECT_TRUE(CZeByteArray("abc") < CZeByteArray("abd"));
+    EXPECT_TRUE(CZeByteArray("ab") < CZeByteArray("abc"));
+    EXPECT_TRUE(CZeByteArray("\xff") > CZeByteArray("a")); // unsigned bytes
+    EXPECT_EQ(str(CZeByteArray("ab") + "cd"), "abcd");
+
+    CZeByteArray r("0123456789");
+    r.remove(2, 3);
+    EXPECT_EQ(str(r), "0156789");
+    r.remove(4, 100);
+    EXPECT_EQ(str(r), "0156");
+    r.remove(-1, 2);
+    r.remove(9, 1);
+    EXPECT_EQ(str(r), "0156");
+    r.chop(2);
+    EXPECT_EQ(str(r), "01");
+    r.truncate(5);
+    EXPECT_EQ(str(r), "01");
+    r.clear();
+    EXPECT_TRUE(r.isNull());
+}
+
+// Random edits on several copies of one array, each mirrored on a
+// std::string: a write that leaks into another copy shows up as a mismatch.
+TEST(CZeByteArray, RandomEditsKeepCopiesIndependent)
+{
+    const unsigned seed = std::random_device{}();
+    SCOPED_TRACE("seed " + std::to_string(seed));
+    std::mt19937 rng(seed);
+    std::vector<CZeByteArray> arrays(6);
+    std::vector<std::string> models(6);
+    auto pick = [&](int n) { return int(rng() % unsigned(n)); };
+    char external[64];
+    std::memset(external, 'e', sizeof external);
+
+    for (int step = 0; step < 4000; ++step) {
+        const int i = pick(6);
+        CZeByteArray& a = arrays[size_t(i)];
+        std::string& m = models[size_t(i)];
+        const std::string text(size_t(pick(12)), char('a' + pick(26)));
+        const int pos = pick(int(m.size()) + 4);
+        switch (pick(11)) {
+        case 0: {
+            const int j = pick(6);
+            arrays[size_t(j)] = a;
+            models[size_t(j)] = m;
+            break;
+        }
+        case 1:
+            a.append(text.c_str());
+            m += text;
+            break;
+        case 2: {
+            const int j = pick(6);
+            const std::string other = models[size_t(j)];
+            a.append(arrays[size_t(j)]);
+            m += other;
+            break;
+        }
+        case 3:
+            a.insert(pos, text.c_str());
+            if (!text.empty()) {
+                if (size_t(pos) > m.size())
+                    m.resize(size_t(pos), ' ');
+                m.insert(size_t(pos), text);
+            }
+            break;
+        case 4: {
+            const int n = pick(int(m.size()) + 5);
+            a.resize(n);
+            if (size_t(n) <= m.size()) {
+                m.resize(size_t(n));
+            } else {
+                // New bytes are unspecified: make both sides agree.
+                const size_t old = m.size();
+                m.resize(size_t(n), 'z');
+                for (size_t k = old; k < size_t(n); ++k)
+                    a[int(k)] = 'z';
+            }
+            break;
+        }
+        case 5:
+            a.prepend(text.c_str());
+            m.insert(0, text);
+            break;
+        case 6:
+            a = text.c_str();
+            m = text;
+            break;
+        case 7:
+            if (!m.empty()) {
+                const int k = pick(int(m.size()));
+                a[k] = '#';
+                m[size_t(k)] = '#';
+            }
+            break;
+        case 8: {
+            const int len = pick(5);
+            a.remove(pos, len);
+            if (size_t(pos) < m.size())
+                m.erase(size_t(pos), size_t(len));
+            break;
+        }
+        case 9: {
+            const int n = 1 + pick(int(sizeof external) - 1);
+            a = CZeByteArray::fromRawData(external, n);
+            m.assign(external, size_t(n));
+            break;
+        }
+        default:
+            a.insert(pos, a);
+            if (!m.empty()) {
+                const std::string self = m;
+                if (size_t(pos) > m.size())
+                    m.resize(size_t(pos), ' ');
+                m.insert(size_t(pos), self);
+            }
+            break;
+        }
+        if (m.size() > 200) {
+            a.truncate(50);
+            m.resize(50);
+        }
+        for (size_t k = 0; k < arrays.size(); ++k) {
+            ASSERT_EQ(str(arrays[k]), models[k]) << "step " << step << " array " << k;
+        }
+    }
+    EXPECT_EQ(std::string(external, sizeof external), std::string(sizeof external, 'e'));
+}
+
+} // namespace

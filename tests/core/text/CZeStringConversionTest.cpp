@@ -1,0 +1,202 @@
+// Conversions of CZeString: the exact repair rules for invalid UTF-8 and
+// unpaired surrogates, Latin-1, UTF-16 and UTF-32, null and empty results.
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "CZeString.h"
+
+namespace {
+
+std::u16string u16(const CZeString& s)
+{
+    return std::u16string(reinterpret_cast<const char16_t*>(s.unicode()), size_t(s.size()));
+}
+
+std::string bytes(const CZeByteArray& b)
+{
+    return std::string(b.constData(), size_t(b.size()));
+}
+
+CZeString units(std::initializer_list<unsigned short> list)
+{
+    const std::vector<unsigned short> v(list);
+    if (v.empty())
+        return CZeString::fromUtf16(u""); // empty, not null
+    return CZeString::fromUtf16(v.data(), int(v.size()));
+}
+
+struct DecodeCase {
+    const char* name;
+    std::string input;
+    std::u16string expected;
+    bool replaced;
+};
+
+TEST(CZeStringConversion, Utf8DecoderRules)
+{
+    const char16_t R = 0xfffd;
+    const DecodeCase cases[] = {
+        {"mark skipped at the start", "\xEF\xBB\xBF" "A", u"A", false},
+        {"mark after text is a character", "A\xEF\xBB\xBF", u"A\uFEFF", false},
+        {"mark alone", "\xEF\xBB\xBF", u"", false},
+        {"second mark kept", "\xEF\xBB\xBF\xEF\xBB\xBF", u"\uFEFF", false},
+        {"overlong 2-byte lead C0", "\xC0\x80", {R, R}, true},
+        {"overlong 2-byte lead C1", "\xC1\xBF", {R, R}, true},
+        {"overlong 3-byte", "\xE0\x80\x80", {R, R, R}, true},
+        {"overlong 4-byte", "\xF0\x8F\xBF\xBF", {R, R, R, R}, true},
+        {"encoded surrogate", "\xED\xA0\x80", {R, R, R}, true},
+        {"encoded low surrogate", "\xED\xBF\xBF", {R, R, R}, true},
+        {"above U+10FFFF", "\xF4\x90\x80\x80", {R, R, R, R}, true},
+        {"lead above F4", "\xF5\x80\x80\x80", {R, R, R, R}, true},
+        {"FE and FF", "\xFE\xFF", {R, R}, true},
+        {"stray continuations", "a\x80\xBFz", {u'a', R, R, u'z'}, true},
+        {"cut 3-byte at the end", "x\xE2\x82", {u'x', R, R}, true},
+        {"cut 4-byte at the end", "\xF0\x9F\x98", {R, R, R}, true},
+        {"bad continuation", "\xC3" "A", {R, u'A'}, true},
+        {"bad third byte", "\xE2\x82" "A\xAC", {R, R, u'A', R}, true},
+        {"smallest 2-byte", "\xC2\x80", u"\u0080", false},
+        {"largest 2-byte", "\xDF\xBF", u"\u07FF", false},
+        {"smallest 3-byte", "\xE0\xA0\x80", u"\u0800", false},
+        {"before surrogates", "\xED\x9F\xBF", u"\uD7FF", false},
+        {"after surrogates", "\xEE\x80\x80", u"\uE000", false},
+        {"largest 3-byte", "\xEF\xBF\xBF", u"\uFFFF", false},
+        {"smallest 4-byte", "\xF0\x90\x80\x80", u"\U00010000", false},
+        {"emoji", "\xF0\x9F\x98\x80", {0xD83D, 0xDE00}, false},
+        {"largest code point", "\xF4\x8F\xBF\xBF", {0xDBFF, 0xDFFF}, false},
+        {"embedded zero", std::string("a\0b", 3), std::u16string(u"a\0b", 3), false},
+    };
+    for (const DecodeCase& c : cases) {
+        bool replaced = !c.replaced;
+        const CZeString s = CZeString::fromUtf8_helper(c.input.data(), int(c.input.size()), &replaced);
+        EXPECT_EQ(u16(s), c.expected) << c.name;
+        EXPECT_EQ(replaced, c.replaced) << c.name;
+        EXPECT_FALSE(s.isNull()) << c.name;
+        EXPECT_EQ(s.unicode()[s.size()].unicode(), 0) << c.name;
+        EXPECT_EQ(u16(CZeString::fromUtf8(c.input.data(), int(c.input.size()))), c.expected);
+        EXPECT_EQ(u16(CZeString::fromLocal8Bit(c.input.data(), int(c.input.size()))), c.expected);
+        EXPECT_EQ(u16(CZeString::fromAscii(c.input.data(), int(c.input.size()))), c.expected);
+    }
+}
+
+TEST(CZeStringConversion, DecoderNullAndEmpty)
+{
+    EXPECT_TRUE(CZeString::fromUtf8(static_cast<const char*>(nullptr), 3).isNull());
+    EXPECT_TRUE(CZeString::fromUtf8(CZeByteArray()).isNull());
+    EXPECT_TRUE(CZeString::fromLocal8Bit(nullptr).isNull());
+    for (const CZeString& e : {CZeString::fromUtf8("", -1), CZeString::fromUtf8("abc", 0),
+                               CZeString::fromLocal8Bit("", -1), CZeString::fromLocal8Bit("x", 0),
+                               CZeString::fromAscii("", -1), CZeString::fromUtf8(CZeByteArray(""))}) {
+        EXPECT_FALSE(e.isNull());
+        EXPECT_TRUE(e.isEmpty());
+    }
+    EXPECT_EQ(u16(CZeString::fromUtf8("caf\xC3\xA9")), u"caf\u00e9"); // size -1: strlen
+    EXPECT_EQ(u16(CZeString::fromAscii("\xC3\xA9")), u"\u00e9");      // read as UTF-8
+    EXPECT_EQ(u16(CZeString::fromUtf8(CZeByteArray("a\xE2\x82\xAC"))), u"a\u20ac");
+}
+
+TEST(CZeStringConversion, Utf8Encoder)
+{
+    struct Case {
+        const char* name;
+        CZeString input;
+        std::string expected;
+    } cases[] = {
+        {"ascii", units({'a', 'b'}), "ab"},
+        {"2-byte limits", units({0x80, 0x7ff}), "\xC2\x80\xDF\xBF"},
+        {"3-byte limits", units({0x800, 0xd7ff, 0xe000, 0xffff}),
+         "\xE0\xA0\x80\xED\x9F\xBF\xEE\x80\x80\xEF\xBF\xBF"},
+        {"pair", units({0xd83d, 0xde00}), "\xF0\x9F\x98\x80"},
+        {"largest pair", units({0xdbff, 0xdfff}), "\xF4\x8F\xBF\xBF"},
+        {"lone high", units({0xd800}), "?"},
+        {"lone high before a letter", units({0xd800, 'A'}), "?A"},
+        {"lone low", units({0xdc00}), "?"},
+        {"low then high", units({0xdc00, 0xd800}), "??"},
+        {"high high low", units({0xd800, 0xd800, 0xdc00}), "?\xF0\x90\x80\x80"},
+        {"high before the end of text", units({'x', 0xdbff}), "x?"},
+        {"zero unit", units({'a', 0, 'b'}), std::string("a\0b", 3)},
+    };
+    for (const Case& c : cases) {
+        EXPECT_EQ(bytes(c.input.toUtf8()), c.expected) << c.name;
+        EXPECT_EQ(bytes(c.input.toLocal8Bit()), c.expected) << c.name;
+        EXPECT_EQ(c.input.toUtf8().constData()[c.expected.size()], '\0') << c.name;
+    }
+    EXPECT_TRUE(CZeString().toUtf8().isNull());
+    const CZeByteArray empty = units({}).toUtf8();
+    EXPECT_FALSE(empty.isNull());
+    EXPECT_TRUE(empty.isEmpty());
+}
+
+TEST(CZeStringConversion, SurrogatesRoundTrip)
+{
+    const std::string text = "a\xF0\x9F\x98\x80 \xF0\x90\x80\x80\xF4\x8F\xBF\xBF z";
+    const CZeString s = CZeString::fromUtf8(text.c_str());
+    EXPECT_EQ(s.size(), 10);
+    EXPECT_EQ(bytes(s.toUtf8()), text);
+    const std::vector<unsigned int> cps = s.toUcs4();
+    EXPECT_EQ(cps, (std::vector<unsigned int>{'a', 0x1F600, ' ', 0x10000, 0x10FFFF, ' ', 'z'}));
+    EXPECT_EQ(u16(CZeString::fromUcs4(cps.data(), int(cps.size()))), u16(s));
+}
+
+TEST(CZeStringConversion, Latin1)
+{
+    EXPECT_EQ(bytes(units({0xe9}).toLatin1()), "\xE9");
+    EXPECT_EQ(bytes(units({0x20ac}).toLatin1()), "?");
+    EXPECT_EQ(bytes(units({0xd83d, 0xde00, 'x', 0xff, 0x100}).toLatin1()), "??x\xFF?");
+    EXPECT_TRUE(CZeString().toLatin1().isNull());
+    EXPECT_FALSE(units({}).toLatin1().isNull());
+
+    const CZeString all = CZeString::fromLatin1("\x01\x7F\x80\xA0\xFF");
+    EXPECT_EQ(u16(all), u"\u0001\u007F\u0080\u00A0\u00FF");
+    EXPECT_EQ(all.capacity(), 5);
+    EXPECT_TRUE(CZeString::fromLatin1(static_cast<const char*>(nullptr)).isNull());
+    EXPECT_FALSE(CZeString::fromLatin1("", -1).isNull());
+    EXPECT_TRUE(CZeString::fromLatin1("abc", 0).isEmpty());
+    EXPECT_EQ(u16(CZeString::fromLatin1("a\0b", 3)), std::u16string(u"a\0b", 3));
+    EXPECT_EQ(u16(CZeString::fromLatin1(CZeByteArray("\xE9t\xE9"))), u"\u00e9t\u00e9");
+
+    CZeString assigned = CZeString::fromLatin1("0123456789");
+    const CZeChar* block = assigned.unicode();
+    assigned = CZeLatin1String("\xC0\xE9");
+    EXPECT_EQ(u16(assigned), u"\u00c0\u00e9");
+    EXPECT_EQ(assigned.unicode(), block); // own block with room: reused
+    CZeString other = assigned;
+    assigned = CZeLatin1String("new");
+    EXPECT_EQ(u16(other), u"\u00c0\u00e9");
+}
+
+TEST(CZeStringConversion, Utf16AndUcs4)
+{
+    EXPECT_TRUE(CZeString::fromUtf16(static_cast<const unsigned short*>(nullptr), 3).isNull());
+    EXPECT_EQ(u16(CZeString::fromUtf16(u"ab\0c")), u"ab");
+    const unsigned short lone[] = {0xdc00, 0xd800};
+    EXPECT_EQ(u16(CZeString::fromUtf16(lone, 2)), std::u16string(u"\xdc00\xd800", 2));
+
+    EXPECT_TRUE(CZeString::fromUcs4(nullptr, 2).isNull());
+    const unsigned int cps[] = {'a', 0x1F600, 0x110000, 0xD800, 0xDFFF, 0xFFFF, 0};
+    EXPECT_EQ(u16(CZeString::fromUcs4(cps)), std::u16string({u'a', 0xD83D, 0xDE00, 0xFFFD, 0xFFFD, 0xFFFD, 0xFFFF}));
+    EXPECT_TRUE(CZeString::fromUcs4(cps, 0).isEmpty());
+    EXPECT_FALSE(CZeString::fromUcs4(cps, 0).isNull());
+
+    EXPECT_EQ(units({0xdc00, 0xd800}).toUcs4(), (std::vector<unsigned int>{0xfffd, 0xfffd}));
+    EXPECT_EQ(units({0xd800, 'a'}).toUcs4(), (std::vector<unsigned int>{0xfffd, 'a'}));
+    EXPECT_TRUE(CZeString().toUcs4().empty());
+
+    const unsigned short text[] = {'x', 0xd83d, 0xde00, 0xdc01};
+    unsigned int out[4] = {1, 1, 1, 1};
+    EXPECT_EQ(CZeString::toUcs4_helper(text, 4, out), 3);
+    EXPECT_EQ(out[0], unsigned('x'));
+    EXPECT_EQ(out[1], 0x1F600u);
+    EXPECT_EQ(out[2], 0xfffdu);
+    EXPECT_EQ(out[3], 1u); // nothing written past the count
+}
+
+TEST(CZeStringConversion, Utf16IsTerminated)
+{
+    const CZeString s = CZeString::fromUtf8("text");
+    EXPECT_EQ(std::u16string(reinterpret_cast<const char16_t*>(s.utf16())), u"text");
+    EXPECT_EQ(CZeString().utf16()[0], 0);
+}
+
+} // namespace

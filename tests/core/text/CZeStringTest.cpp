@@ -1,0 +1,425 @@
+// CZeString storage: construction, raw data, the length-changing operations,
+// sharing, copy-on-write isolation and number formatting.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <climits>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "CZeString.h"
+
+namespace {
+
+std::u16string u16(const CZeString& s)
+{
+    return std::u16string(reinterpret_cast<const char16_t*>(s.unicode()), size_t(s.size()));
+}
+
+CZeString qs(const char16_t* text)
+{
+    return CZeString::fromUtf16(text);
+}
+
+std::string latin(const CZeString& s)
+{
+    const CZeByteArray b = s.toLatin1();
+    return std::string(b.constData(), size_t(b.size()));
+}
+
+void expectTerminated(const CZeString& s)
+{
+    EXPECT_EQ(s.unicode()[s.size()].unicode(), 0) << latin(s);
+}
+
+TEST(CZeString, Construction)
+{
+    const CZeChar units[] = {CZeChar(u'a'), CZeChar(u'b'), CZeChar(), CZeChar(u'c')};
+    EXPECT_TRUE(CZeString().isNull());
+    EXPECT_TRUE(CZeString(static_cast<const CZeChar*>(nullptr), 5).isNull());
+
+    const CZeString empty(units, 0);
+    EXPECT_FALSE(empty.isNull());
+    EXPECT_TRUE(empty.isEmpty());
+    expectTerminated(empty);
+
+    EXPECT_EQ(u16(CZeString(units, -1)), u"ab"); // up to the first 0 unit
+    const CZeString four(units, 4);
+    EXPECT_EQ(four.size(), 4);
+    EXPECT_EQ(four.capacity(), 4); // constructors allocate exactly
+    expectTerminated(four);
+
+    EXPECT_EQ(u16(CZeString(3, CZeChar(u'x'))), u"xxx");
+    EXPECT_FALSE(CZeString(0, CZeChar(u'x')).isNull());
+    EXPECT_TRUE(CZeString(-2, CZeChar(u'x')).isEmpty());
+    EXPECT_EQ(u16(CZeString(CZeChar(0x20ac))), u"\u20ac");
+
+    CZeString raw(5, Ze::Uninitialized);
+    EXPECT_EQ(raw.size(), 5);
+    EXPECT_EQ(raw.capacity(), 5);
+    expectTerminated(raw);
+
+    EXPECT_EQ(u16(CZeString(CZeLatin1String("caf\xe9"))), u"caf\u00e9");
+    EXPECT_TRUE(CZeString(CZeLatin1String()).isNull());
+}
+
+TEST(CZeString, ResizeNeverGivesMemoryBack)
+{
+    CZeString s = qs(u"0123456789");
+    const CZeChar* block = s.unicode();
+    s.resize(3);
+    EXPECT_EQ(u16(s), u"012");
+    EXPECT_EQ(s.capacity(), 10);
+    expectTerminated(s);
+    s.resize(8); // fits the kept block: no allocation
+    EXPECT_EQ(s.unicode(), block);
+    EXPECT_EQ(s.capacity(), 10);
+    EXPECT_EQ(s.size(), 8);
+    expectTerminated(s);
+    s.resize(0);
+    EXPECT_FALSE(s.isNull());
+    EXPECT_EQ(s.unicode(), block);
+    s.resize(-4);
+    EXPECT_EQ(s.size(), 0);
+
+    CZeString grow = qs(u"abcd");
+    CZeString shared = grow;
+    grow.resize(5); // shared: reallocated with growth, 6 units -> 20
+    EXPECT_EQ(grow.capacity(), 19);
+    EXPECT_EQ(u16(shared), u"abcd");
+
+    CZeString filled = qs(u"ab");
+    filled.resize(5, CZeChar(u'-'));
+    EXPECT_EQ(u16(filled), u"ab---");
+    filled.resize(1, CZeChar(u'+'));
+    EXPECT_EQ(u16(filled), u"a");
+}
+
+TEST(CZeString, TruncateChopFill)
+{
+    CZeString s = qs(u"abcdef");
+    s.truncate(10);
+    EXPECT_EQ(u16(s), u"abcdef");
+    s.truncate(4);
+    EXPECT_EQ(u16(s), u"abcd");
+    s.chop(0);
+    s.chop(-3);
+    EXPECT_EQ(u16(s), u"abcd");
+    s.chop(1);
+    EXPECT_EQ(u16(s), u"abc");
+    s.chop(10);
+    EXPECT_TRUE(s.isEmpty());
+    EXPECT_FALSE(s.isNull());
+    s.truncate(-1);
+    EXPECT_TRUE(s.isEmpty());
+
+    CZeString f = qs(u"xyz");
+    CZeString copy = f;
+    f.fill(CZeChar(u'.'));
+    EXPECT_EQ(u16(f), u"...");
+    f.fill(CZeChar(u'#'), 5);
+    EXPECT_EQ(u16(f), u"#####");
+    EXPECT_EQ(u16(copy), u"xyz");
+}
+
+TEST(CZeString, AppendSharesOnlyIntoNull)
+{
+    const CZeString other = qs(u"tail");
+    CZeString null;
+    null.append(other);
+    EXPECT_TRUE(null.isSharedWith(other));
+    null.append(CZeChar(u'!')); // the shared block is copied before writing
+    EXPECT_EQ(u16(other), u"tail");
+    EXPECT_EQ(u16(null), u"tail!");
+
+    CZeString empty = qs(u"");
+    ASSERT_FALSE(empty.isNull());
+    empty.append(other); // empty but not null: copies
+    EXPECT_FALSE(empty.isSharedWith(other));
+    EXPECT_EQ(u16(empty), u"tail");
+
+    CZeString s = qs(u"ab");
+    s.append(CZeString());
+    EXPECT_EQ(u16(s), u"ab");
+    s.append(CZeLatin1String("c\xe9"));
+    s.append(CZeChar(0x20ac));
+    s.append(s.unicode(), 2);
+    s.append(s);
+    EXPECT_EQ(u16(s), u"abc\u00e9\u20acab" u"abc\u00e9\u20acab");
+    expectTerminated(s);
+
+    CZeString viewed = qs(u"0123456789");
+    viewed.append(CZeStringRef(&viewed, 2, 3));
+    EXPECT_EQ(u16(viewed), u"0123456789234");
+    viewed.append(CZeStringRef());
+    EXPECT_EQ(viewed.size(), 13);
+}
+
+TEST(CZeString, InsertAndRemove)
+{
+    CZeString s = qs(u"ab");
+    s.insert(5, CZeLatin1String("xy"));
+    EXPECT_EQ(u16(s), u"ab   xy"); // reached by padding with spaces
+    s.insert(1, CZeChar(u'-'));
+    EXPECT_EQ(u16(s), u"a-b   xy");
+    s.insert(10, CZeChar(u'!'));
+    EXPECT_EQ(u16(s), u"a-b   xy  !");
+    s.insert(0, qs(u"<<"));
+    EXPECT_EQ(u16(s), u"<<a-b   xy  !");
+    expectTerminated(s);
+
+    CZeString same = qs(u"abc");
+    same.insert(-1, CZeChar(u'x'));
+    same.insert(-1, CZeLatin1String("x"));
+    same.insert(1, CZeLatin1String(""));
+    same.insert(1, static_cast<const CZeChar*>(nullptr), 3);
+    same.insert(1, CZeString());
+    EXPECT_EQ(u16(same), u"abc");
+
+    CZeString self = qs(u"abc");
+    self.insert(1, self);
+    EXPECT_EQ(u16(self), u"aabcbc");
+    CZeString roomy = qs(u"0123456789");
+    roomy.reserve(64); // the units being inserted stay inside the own block
+    roomy.insert(2, roomy.unicode() + 5, 3);
+    EXPECT_EQ(u16(roomy), u"0156723456789");
+
+    CZeString r = qs(u"0123456789");
+    CZeString keep = r;
+    r.remove(2, 3);
+    EXPECT_EQ(u16(r), u"0156789");
+    r.remove(4, 100);
+    EXPECT_EQ(u16(r), u"0156");
+    r.remove(-1, 1);
+    r.remove(4, 1);
+    r.remove(0, 0);
+    EXPECT_EQ(u16(r), u"0156");
+    EXPECT_EQ(u16(keep), u"0123456789");
+}
+
+TEST(CZeString, RawData)
+{
+    EXPECT_TRUE(CZeString::fromRawData(nullptr, 3).isNull());
+    const char16_t text[] = u"external text";
+    const CZeChar* units = reinterpret_cast<const CZeChar*>(text);
+    EXPECT_FALSE(CZeString::fromRawData(units, 0).isNull());
+
+    CZeString raw = CZeString::fromRawData(units, 8);
+    EXPECT_EQ(raw.unicode(), units);
+    EXPECT_EQ(u16(raw), u"external");
+    CZeString view = raw;
+    const unsigned short* terminated = view.utf16(); // copies: raw data has no terminator
+    EXPECT_NE(static_cast<const void*>(terminated), static_cast<const void*>(text));
+    EXPECT_EQ(std::u16string(reinterpret_cast<const char16_t*>(terminated)), u"external");
+    EXPECT_EQ(raw.unicode(), units);
+
+    raw.resize(3); // unshared raw data only shrinks its size
+    EXPECT_EQ(raw.unicode(), units);
+    EXPECT_EQ(u16(raw), u"ext");
+    raw[0] = CZeChar(u'E'); // a write copies
+    EXPECT_EQ(u16(raw), u"Ext");
+    EXPECT_EQ(std::u16string(text), u"external text");
+
+    CZeString reused = CZeString::fromRawData(units, 2);
+    reused.setRawData(units + 9, 4);
+    EXPECT_EQ(u16(reused), u"text");
+    reused.setRawData(nullptr, 0);
+    EXPECT_FALSE(reused.isNull());
+    EXPECT_TRUE(reused.isEmpty());
+
+    CZeString owned = qs(u"owned");
+    owned.setRawData(units, 3); // not a raw header: a new one is made
+    EXPECT_EQ(u16(owned), u"ext");
+
+    CZeString appended = CZeString::fromRawData(units, 3);
+    appended.append(CZeChar(u'!'));
+    EXPECT_EQ(u16(appended), u"ext!");
+    EXPECT_EQ(std::u16string(text), u"external text");
+}
+
+TEST(CZeString, SetUnicode)
+{
+    CZeString s = qs(u"hello");
+    const CZeString copy = s;
+    s.setUnicode(reinterpret_cast<const CZeChar*>(u"bye"), 3);
+    EXPECT_EQ(u16(s), u"bye");
+    EXPECT_EQ(u16(copy), u"hello");
+    s.setUnicode(nullptr, 2);
+    EXPECT_EQ(s.size(), 2);
+    s.setUnicode(reinterpret_cast<const CZeChar*>(u"x"), -1);
+    EXPECT_EQ(s.size(), 0);
+    CZeString self = qs(u"0123456789");
+    self.setUnicode(self.unicode() + 4, 3);
+    EXPECT_EQ(u16(self), u"456");
+}
+
+TEST(CZeString, OutOfRangeAccessIsHarmless)
+{
+    CZeString s = qs(u"abc");
+    EXPECT_EQ(s.at(3), CZeChar());
+    EXPECT_EQ(s.at(-1), CZeChar());
+    s[3] = CZeChar(u'x');
+    s[-2] = CZeChar(u'y');
+    EXPECT_EQ(u16(s), u"abc");
+}
+
+TEST(CZeString, ReserveAndSqueeze)
+{
+    CZeString s = qs(u"abc");
+    s.reserve(50);
+    EXPECT_GE(s.capacity(), 50);
+    s.append(CZeLatin1String("defgh"));
+    EXPECT_GE(s.capacity(), 50);
+    s.squeeze();
+    EXPECT_EQ(s.capacity(), 8);
+    EXPECT_EQ(u16(s), u"abcdefgh");
+    CZeString null;
+    null.squeeze();
+    EXPECT_TRUE(null.isNull());
+}
+
+TEST(CZeString, StringRefClampsToItsString)
+{
+    const CZeString s = qs(u"0123456789");
+    const CZeStringRef mid(&s, 3, 4);
+    EXPECT_EQ(mid.position(), 3);
+    EXPECT_EQ(mid.at(0), CZeChar(u'3'));
+    EXPECT_EQ(u16(mid.toString()), u"3456");
+    const CZeStringRef tail(&s, 8, 100);
+    EXPECT_EQ(tail.size(), 2);
+    const CZeStringRef past(&s, 20, 3);
+    EXPECT_TRUE(past.isEmpty());
+    EXPECT_TRUE(CZeStringRef(&s).toString().isSharedWith(s));
+    EXPECT_TRUE(CZeStringRef().isNull());
+    EXPECT_TRUE(CZeStringRef().toString().isNull());
+}
+
+TEST(CZeString, Numbers)
+{
+    EXPECT_EQ(latin(CZeString::number(2.5)), "2.5");
+    EXPECT_EQ(latin(CZeString::number(1.0 / 3.0)), "0.333333");
+    EXPECT_EQ(latin(CZeString::number(123456789.0)), "1.23457e+08");
+    EXPECT_EQ(latin(CZeString::number(0.5, 'f', 3)), "0.500");
+    EXPECT_EQ(latin(CZeString::number(1234.5, 'e', -1)), "1.234500e+03");
+    EXPECT_EQ(latin(CZeString::number(-255)), "-255");
+    EXPECT_EQ(latin(CZeString::number(255, 16)), "ff");
+    EXPECT_EQ(latin(CZeString::number(-1, 16)), "ffffffffffffffff");
+    EXPECT_EQ(latin(CZeString::number(LLONG_MIN)), "-9223372036854775808");
+    EXPECT_EQ(latin(CZeString::number(ULONG_MAX)), "18446744073709551615");
+    EXPECT_EQ(latin(CZeString::number(35u, 36)), "z");
+    EXPECT_EQ(latin(CZeString::number(5, 2)), "101");
+    EXPECT_EQ(latin(CZeString::number(0)), "0");
+    EXPECT_EQ(latin(CZeString::number(42, 99)), "42"); // a bad base acts as 10
+    CZeString s;
+    EXPECT_EQ(latin(s.setNum(-7)), "-7");
+    EXPECT_EQ(latin(s.setNum(0.25, 'g', 6)), "0.25");
+}
+
+// Random edits on several copies of one string, mirrored on std::u16string.
+TEST(CZeString, RandomEditsKeepCopiesIndependent)
+{
+    const unsigned seed = std::random_device{}();
+    SCOPED_TRACE("seed " + std::to_string(seed));
+    std::mt19937 rng(seed);
+    std::vector<CZeString> strings(6);
+    std::vector<std::u16string> models(6);
+    auto pick = [&](int n) { return int(rng() % unsigned(n)); };
+    const std::u16string external(40, u'e');
+
+    for (int step = 0; step < 4000; ++step) {
+        const int i = pick(6);
+        CZeString& s = strings[size_t(i)];
+        std::u16string& m = models[size_t(i)];
+        std::u16string text(size_t(pick(10)), char16_t(u'a' + pick(26)));
+        if (!text.empty() && pick(3) == 0)
+            text[0] = char16_t(0x400 + pick(0x100));
+        const CZeChar* textUnits = reinterpret_cast<const CZeChar*>(text.data());
+        const int pos = pick(int(m.size()) + 4);
+        switch (pick(11)) {
+        case 0: {
+            const int j = pick(6);
+            strings[size_t(j)] = s;
+            models[size_t(j)] = m;
+            break;
+        }
+        case 1:
+            s.append(textUnits, int(text.size()));
+            m += text;
+            break;
+        case 2: {
+            const int j = pick(6);
+            const std::u16string other = models[size_t(j)];
+            s.append(strings[size_t(j)]);
+            m += other;
+            break;
+        }
+        case 3:
+            s.insert(pos, textUnits, int(text.size()));
+            if (!text.empty()) {
+                if (size_t(pos) > m.size())
+                    m.resize(size_t(pos), u' ');
+                m.insert(size_t(pos), text);
+            }
+            break;
+        case 4: {
+            const int n = pick(int(m.size()) + 5);
+            s.resize(n, CZeChar(u'z'));
+            m.resize(size_t(n), u'z');
+            break;
+        }
+        case 5: {
+            const CZeChar ch(static_cast<unsigned short>(u'A' + pick(26)));
+            s.insert(pos, ch);
+            if (size_t(pos) > m.size())
+                m.resize(size_t(pos), u' ');
+            m.insert(size_t(pos), 1, char16_t(ch.unicode()));
+            break;
+        }
+        case 6: {
+            const int n = pick(4);
+            s.chop(n);
+            m.resize(m.size() - std::min(m.size(), size_t(n)));
+            break;
+        }
+        case 7:
+            if (!m.empty()) {
+                const int k = pick(int(m.size()));
+                s[k] = CZeChar(u'#');
+                m[size_t(k)] = u'#';
+            }
+            break;
+        case 8: {
+            const int len = pick(5);
+            s.remove(pos, len);
+            if (size_t(pos) < m.size())
+                m.erase(size_t(pos), size_t(len));
+            break;
+        }
+        case 9: {
+            const int n = 1 + pick(int(external.size()) - 1);
+            s = CZeString::fromRawData(reinterpret_cast<const CZeChar*>(external.data()), n);
+            m.assign(external.data(), size_t(n));
+            break;
+        }
+        default:
+            s.insert(pos, s);
+            if (!m.empty()) {
+                const std::u16string self = m;
+                if (size_t(pos) > m.size())
+                    m.resize(size_t(pos), u' ');
+                m.insert(size_t(pos), self);
+            }
+            break;
+        }
+        if (m.size() > 200) {
+            s.truncate(50);
+            m.resize(50);
+        }
+        for (size_t k = 0; k < strings.size(); ++k)
+            ASSERT_EQ(u16(strings[k]), models[k]) << "step " << step << " string " << k;
+    }
+    EXPECT_EQ(external, std::u16string(40, u'e'));
+}
+
+} // namespace
