@@ -27,6 +27,7 @@
 
 class CZeObject;
 class CZeObjectPrivate;
+class CZeString;
 class CZeThread;
 class CZeThreadData;
 
@@ -90,6 +91,11 @@ public:
 
     // The thread the object belongs to; null once that thread object is gone.
     CZeThread* thread() const;
+
+    // Empty unless set. A CZeThread's name is given to the system thread
+    // when it starts (the system keeps the first 15 bytes).
+    CZeString objectName() const;
+    void setObjectName(const CZeString& name);
 
     // Called from the object's own thread. Timers are stopped, not carried;
     // events already posted to the object follow it to the target's queue. A

@@ -269,6 +269,18 @@ CZeThread* CZeObject::thread() const
     return data ? data->thread.load() : nullptr;
 }
 
+CZeString CZeObject::objectName() const
+{
+    return d_ptr->extraData ? d_ptr->extraData->objectName : CZeString();
+}
+
+void CZeObject::setObjectName(const CZeString& name)
+{
+    CZeObjectExtraData* extra = d_ptr->ensureExtraData();
+    if (extra->objectName != name)
+        extra->objectName = name;
+}
+
 bool CZeObject::event(CZeEvent* e)
 {
     switch (e->type()) {
@@ -501,7 +513,7 @@ void CZeObject::killTimer(int id)
     if (it == running.end()) {
         ZE_LOGGER.warning("CZeObject::killTimer(): Error: timer id %d is not valid for object %p "
                           "(%s), timer has not been killed",
-                          id, static_cast<void*>(this), "");
+                          id, static_cast<void*>(this), objectName().toLocal8Bit().constData());
         return;
     }
     data->timerList->unregisterTimer(id);

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "CZeObject.h"
+#include "CZeString.h"
 
 class CZeThreadData;
 
@@ -21,6 +22,7 @@ struct CZeRunningTimer {
 
 struct CZeObjectExtraData {
     std::vector<CZeRunningTimer> runningTimers; // in start order
+    CZeString objectName;
 };
 
 class CZeObjectPrivate {

@@ -10,6 +10,8 @@
 #include <limits>
 #include <thread>
 
+#include "CZeByteArray.h"
+#include "CZeString.h"
 #include "CZeThreadStorage.h"
 #include "core/log/CZeMessageLogger.h"
 #include "core/thread/CZeThreadData.h"
@@ -46,10 +48,17 @@ void sleepFor(long count, int64_t nanosPerUnit)
     std::this_thread::sleep_for(std::chrono::nanoseconds(nanos));
 }
 
+// The object's name in local 8-bit, or "CZeThread" for an unnamed thread;
+// the system cuts names longer than 15 bytes.
 void setSystemThreadName(CZeThread* thread)
 {
-    (void)thread;
-    prctl(PR_SET_NAME, "CZeThread", 0, 0, 0);
+    const CZeString name = thread->objectName();
+    if (name.isEmpty()) {
+        prctl(PR_SET_NAME, "CZeThread", 0, 0, 0);
+        return;
+    }
+    const CZeByteArray local = name.toLocal8Bit();
+    prctl(PR_SET_NAME, local.constData(), 0, 0, 0);
 }
 
 } // namespace

@@ -8,12 +8,27 @@
 #include <thread>
 #include <vector>
 
+#include "CZeString.h"
 #include "ThreadTestHelpers.h"
 
 namespace {
 
 constexpr int kTypeA = CZeEvent::User + 1;
 constexpr int kTypeB = CZeEvent::User + 2;
+
+TEST(CZeObjectNames, EmptyUntilSet)
+{
+    Probe p;
+    EXPECT_TRUE(p.objectName().isEmpty());
+    EXPECT_EQ(p.d()->extraData, nullptr); // reading does not create the extra data
+    p.setObjectName(CZeString::fromUtf8("probe"));
+    EXPECT_EQ(p.objectName(), CZeString::fromUtf8("probe"));
+    const CZeString name = p.objectName();
+    p.setObjectName(CZeString::fromUtf8("probe")); // same text: the stored string is kept
+    EXPECT_EQ(p.objectName().constData(), name.constData());
+    p.setObjectName(CZeString());
+    EXPECT_TRUE(p.objectName().isEmpty());
+}
 
 TEST(CZeObjectEvents, NullReceivers)
 {

@@ -11,6 +11,7 @@
 #include <sstream>
 #include <thread>
 
+#include "CZeString.h"
 #include "CZeThread.h"
 #include "CZeThreadStorage.h"
 #include "ThreadTestHelpers.h"
@@ -249,6 +250,28 @@ TEST(CZeThreadNames, UnnamedThreadIsCalledCZeThread)
 {
     std::string name;
     FunctionThread t([&](FunctionThread*) { name = threadComm(); });
+    t.start();
+    ASSERT_TRUE(t.wait(kGenerousMs));
+    EXPECT_EQ(name, "CZeThread");
+}
+
+TEST(CZeThreadNames, ObjectNameBecomesTheSystemName)
+{
+    std::string name;
+    FunctionThread t([&](FunctionThread*) { name = threadComm(); });
+    t.setObjectName(CZeString::fromUtf8("lut-worker"));
+    t.start();
+    ASSERT_TRUE(t.wait(kGenerousMs));
+    EXPECT_EQ(name, "lut-worker");
+
+    // Local 8-bit is UTF-8; the system keeps the first 15 bytes.
+    t.setObjectName(CZeString::fromUtf8("caf\xc3\xa9-render-thread-0"));
+    t.start();
+    ASSERT_TRUE(t.wait(kGenerousMs));
+    EXPECT_EQ(name, "caf\xc3\xa9-render-th");
+
+    // Naming a finished thread and starting it again renames the new system thread.
+    t.setObjectName(CZeString());
     t.start();
     ASSERT_TRUE(t.wait(kGenerousMs));
     EXPECT_EQ(name, "CZeThread");

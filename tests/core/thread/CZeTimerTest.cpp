@@ -4,10 +4,12 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cstdio>
 #include <memory>
 #include <thread>
 #include <vector>
 
+#include "CZeString.h"
 #include "ThreadTestHelpers.h"
 #include "core/thread/CZeTimerIdAllocator.h"
 #include "core/thread/CZeTimerInfoList.h"
@@ -330,6 +332,30 @@ TEST(CZeObjectTimers, KillTimerMessages)
                             kWarning),
               1u);
     EXPECT_EQ(capture.count(), 3u);
+}
+
+TEST(CZeObjectTimers, KillTimerMessageCarriesTheObjectName)
+{
+    MessageCapture capture;
+    Probe* probe = nullptr;
+    FunctionThread t([&](FunctionThread*) {
+        Probe p;
+        probe = &p;
+        p.setObjectName(CZeString::fromUtf8("caf\xc3\xa9 timer"));
+        const int id = p.startTimer(1000);
+        p.killTimer(id + 7);
+        p.killTimer(id);
+    });
+    t.start();
+    ASSERT_TRUE(t.wait(kGenerousMs));
+    ASSERT_EQ(capture.count(), 1u);
+    const std::string text = capture.messages()[0].text;
+    char pointer[32];
+    std::snprintf(pointer, sizeof pointer, "%p", static_cast<void*>(probe));
+    EXPECT_NE(text.find(std::string("for object ") + pointer + " (caf\xc3\xa9 timer), timer has "
+                                                              "not been killed"),
+              std::string::npos)
+        << text;
 }
 
 TEST(CZeObjectTimers, DestroyedFromAnotherThreadKeepsTimersRegistered)
