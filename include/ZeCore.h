@@ -9,6 +9,9 @@
 
 #include "CZeByteArray.h"
 #include "CZeDebugLog.h"
+#include "CZeObject.h"
 #include "CZeString.h"
+#include "CZeThread.h"
+#include "CZeThreadStorage.h"
 
 #endif /* ZECORE_H */
