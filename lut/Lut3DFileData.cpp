@@ -166,7 +166,8 @@ void Lut3DFileData::load()
 
 Lut3DFileData* Lut3DFileDataCreate(const CZeString& path)
 {
-    return Lut3DNewRecord<Lut3DFileData>(path);
+    void* block = Lut3DAlignedAlloc(sizeof(Lut3DFileData));
+    return block ? new (block) Lut3DFileData(path) : nullptr;
 }
 
 void Lut3DFileDataDestroy(Lut3DFileData* file)

@@ -1,23 +1,20 @@
 #include "lut/Lut3DMemory.h"
 
-#include <atomic>
 #include <cstdlib>
 #include <malloc.h>
 
 namespace {
 
 // Successful allocations left before the injected failure; -1: none planned.
-std::atomic<long> g_allocationsBeforeFailure{-1};
+// Touched with atomic built-ins so that renders on other threads may
+// allocate while a test arms the hook.
+long g_allocationsBeforeFailure = -1;
 
 bool injectedFailure()
 {
-    long left = g_allocationsBeforeFailure.load(std::memory_order_relaxed);
-    while (left >= 0) {
-        if (g_allocationsBeforeFailure.compare_exchange_weak(left, left - 1,
-                                                             std::memory_order_relaxed))
-            return left == 0;
-    }
-    return false;
+    if (__atomic_load_n(&g_allocationsBeforeFailure, __ATOMIC_RELAXED) < 0)
+        return false;
+    return __atomic_fetch_sub(&g_allocationsBeforeFailure, 1, __ATOMIC_RELAXED) == 0;
 }
 
 } // namespace
@@ -36,5 +33,5 @@ void Lut3DAlignedFree(void* block)
 
 void Lut3DFailAllocationAfter(long count)
 {
-    g_allocationsBeforeFailure.store(count < 0 ? -1 : count, std::memory_order_relaxed);
+    __atomic_store_n(&g_allocationsBeforeFailure, count < 0 ? -1 : count, __ATOMIC_RELAXED);
 }

@@ -4,7 +4,7 @@
  * Lut3DAlignedFree, never with delete.
  *
  * Lut3DAlignedAlloc is also the one allocation point of the table loader:
- * its records (Lut3DNewRecord) and its level array come from here too, so a
+ * its records and its level array come from here too, so a
  * test can make any single allocation of a load fail
  * (Lut3DFailAllocationAfter) and check that nothing leaks.
  *
@@ -16,7 +16,6 @@
 
 #include <cstddef>
 #include <new>
-#include <utility>
 
 constexpr size_t kLut3DAlignment = 64;
 
@@ -29,13 +28,13 @@ void Lut3DAlignedFree(void* block);
 // the counter itself; meant for single-threaded tests.
 void Lut3DFailAllocationAfter(long count);
 
-// A record constructed in a block of the allocation point; null when the
-// block cannot be had. The constructor must not throw.
-template <typename T, typename... Args>
-T* Lut3DNewRecord(Args&&... args) noexcept
+// A value-initialised record in a block of the allocation point; null when
+// the block cannot be had.
+template <typename T>
+T* Lut3DNewRecord() noexcept
 {
     void* block = Lut3DAlignedAlloc(sizeof(T));
-    return block ? new (block) T{std::forward<Args>(args)...} : nullptr;
+    return block ? new (block) T{} : nullptr;
 }
 
 template <typename T>
