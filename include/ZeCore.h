@@ -9,6 +9,8 @@
 
 #include "CZeByteArray.h"
 #include "CZeDebugLog.h"
+#include "CZeFile.h"
+#include "CZeIODevice.h"
 #include "CZeObject.h"
 #include "CZeString.h"
 #include "CZeThread.h"
