@@ -330,6 +330,78 @@ public:
     CZeString& setNum(unsigned long n, int base = 10);
     CZeString& setNum(double n, char format = 'g', int precision = 6);
 
+    // ---- Parsing ---------------------------------------------------------
+    // The units are read as Latin-1 (a unit above 0xFF makes the text invalid).
+    // White space (9 to 13, space, 0x85, 0xA0) may surround the number; any
+    // other unit, an embedded 0 included, is a failure. `base` 0 takes the base
+    // from a 0x (hex) or 0 (octal) prefix; 2 to 36 are allowed; other bases fail.
+    // A failure returns 0 and sets `*ok` to false; success sets it to true
+    // (`ok` may be null). A value that does not fit the result type is a
+    // failure, also for the narrow types, which parse 64 bits first.
+    long long toLongLong(bool* ok = nullptr, int base = 10) const;
+    long toLong(bool* ok = nullptr, int base = 10) const;
+    int toInt(bool* ok = nullptr, int base = 10) const;
+    short toShort(bool* ok = nullptr, int base = 10) const;
+    // The unsigned forms refuse a leading '-' instead of wrapping it around.
+    unsigned long long toULongLong(bool* ok = nullptr, int base = 10) const;
+    unsigned long toULong(bool* ok = nullptr, int base = 10) const;
+    unsigned int toUInt(bool* ok = nullptr, int base = 10) const;
+    unsigned short toUShort(bool* ok = nullptr, int base = 10) const;
+    // Decimal point always '.', whatever the process locale; inf, nan and hex
+    // floats are accepted. Overflow to infinity fails; an underflowing value
+    // is kept as the subnormal or zero it rounds to. toFloat also fails for a
+    // finite value beyond the float range.
+    double toDouble(bool* ok = nullptr) const;
+    float toFloat(bool* ok = nullptr) const;
+
+    // The parsers behind the integer conversions; the overload is chosen by
+    // the type of `len` (int: signed 64-bit, unsigned int: unsigned 64-bit).
+    static long long toIntegral_helper(const CZeChar* data, int len, bool* ok, int base);
+    static unsigned long long toIntegral_helper(const CZeChar* data, unsigned int len, bool* ok,
+                                                int base);
+
+    // ---- Argument substitution -------------------------------------------
+    //   CZeString::fromLatin1("%1(%2).log").arg(day).arg(n)   // "2024-05-01(3).log"
+    //
+    // Each call replaces every placeholder %0 to %99 that carries the lowest
+    // number in the template (at most two digits are read: %100 is %10 then
+    // '0') and leaves the others for the next call; the template itself is
+    // not changed. With a positive `fieldWidth` the text is right-aligned
+    // in that many units of `fillChar`, with a negative one left-aligned.
+    // A template without placeholders is returned unchanged and a warning is
+    // logged. The form %L1 is only recognised while replacing, not while
+    // counting: a template holding %L1 before %1 has the %L1 replaced.
+    // A result too large to allocate is a null string.
+    CZeString arg(const CZeString& a, int fieldWidth = 0, CZeChar fillChar = CZeChar(' ')) const;
+    // Integers in `base` (digits above 9 lower case; a negative number only
+    // has a sign in base 10, other bases write its two's complement). With
+    // fill '0' a negative number gets its zeros inserted after the first
+    // unit, so -5 in width 4 reads -005.
+    CZeString arg(long a, int fieldWidth = 0, int base = 10, CZeChar fillChar = CZeChar(' ')) const;
+    CZeString arg(unsigned long a, int fieldWidth = 0, int base = 10,
+                  CZeChar fillChar = CZeChar(' ')) const;
+    CZeString arg(long long a, int fieldWidth = 0, int base = 10,
+                  CZeChar fillChar = CZeChar(' ')) const;
+    CZeString arg(unsigned long long a, int fieldWidth = 0, int base = 10,
+                  CZeChar fillChar = CZeChar(' ')) const;
+    CZeString arg(int a, int fieldWidth = 0, int base = 10, CZeChar fillChar = CZeChar(' ')) const
+    {
+        return arg(static_cast<long>(a), fieldWidth, base, fillChar);
+    }
+    CZeString arg(unsigned int a, int fieldWidth = 0, int base = 10,
+                  CZeChar fillChar = CZeChar(' ')) const
+    {
+        return arg(static_cast<unsigned long>(a), fieldWidth, base, fillChar);
+    }
+    CZeString arg(CZeChar a, int fieldWidth = 0, CZeChar fillChar = CZeChar(' ')) const;
+    // The byte is read as Latin-1.
+    CZeString arg(char a, int fieldWidth = 0, CZeChar fillChar = CZeChar(' ')) const;
+    // Formatted as number(a, format, precision); a negative precision is the
+    // C library's default. With fill '0' a negative finite number gets its
+    // zeros after the '-' sign, as the integers do.
+    CZeString arg(double a, int fieldWidth = 0, char format = 'g', int precision = -1,
+                  CZeChar fillChar = CZeChar(' ')) const;
+
 private:
     SZeArrayData* d;
 
