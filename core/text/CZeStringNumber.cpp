@@ -167,8 +167,7 @@ unsigned short CZeString::toUShort(bool* ok, int base) const
 
 double CZeString::toDouble(bool* ok) const
 {
-    const CZeByteArray text = latin1Text(unicode(), size());
-    return ZeText::parseDouble(text.constData(), text.size(), ok);
+    return latin1Text(unicode(), size()).toDouble(ok);
 }
 
 float CZeString::toFloat(bool* ok) const
