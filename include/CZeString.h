@@ -32,7 +32,7 @@ enum Initialization { Uninitialized };
 // How comparisons and searches treat letter case. Case-insensitive matching
 // folds ASCII letters only (A-Z to a-z); every other unit, é and É among
 // them, still has to match exactly.
-enum CaseSensitivity { CaseInsensitive = 0, CaseSensitive = 1 };
+enum CaseSensitivity : int { CaseInsensitive = 0, CaseSensitive = 1 };
 } // namespace Ze
 
 // One UTF-16 code unit, passed by value.
@@ -154,9 +154,9 @@ class CZeStringRef;
 class ZE_EXPORT CZeString {
 public:
     // What split() does with empty parts; any non-zero value skips them.
-    enum SplitBehavior { KeepEmptyParts = 0, SkipEmptyParts = 1 };
+    enum SplitBehavior : int { KeepEmptyParts = 0, SkipEmptyParts = 1 };
     // Flags of section(), combined with |.
-    enum SectionFlag {
+    enum SectionFlag : int {
         SectionDefault = 0x00,
         SectionSkipEmpty = 0x01,          // empty sections are not counted or returned
         SectionIncludeLeadingSep = 0x02,  // keep the separator before the first section
