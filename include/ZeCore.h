@@ -10,5 +10,6 @@
 #include "CZeByteArray.h"
 #include "CZeDebugLog.h"
 #include "CZeString.h"
+#include "CZeTextCodec.h"
 
 #endif /* ZECORE_H */
