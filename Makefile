@@ -42,10 +42,17 @@ build/asan/CMakeCache.txt: | deps
 	cmake -S . -B build/asan $(GEN) -DCMAKE_BUILD_TYPE=Debug -DZE_SANITIZE=address,undefined \
 	  -DCMAKE_C_COMPILER=clang -DCMAKE_CXX_COMPILER=clang++
 
-test-sanitize: deps build/asan/CMakeCache.txt
+build/tsan/CMakeCache.txt: | deps
+	cmake -S . -B build/tsan $(GEN) -DCMAKE_BUILD_TYPE=Debug -DZE_SANITIZE=thread \
+	  -DZE_BUILD_TOOLS=OFF -DCMAKE_C_COMPILER=clang -DCMAKE_CXX_COMPILER=clang++
+
+# ThreadSanitizer runs the suites labelled "threads" (threads, objects, pool).
+test-sanitize: deps build/asan/CMakeCache.txt build/tsan/CMakeCache.txt
 	cmake --build build/asan -j $(JOBS)
 	cd build/asan && ASAN_OPTIONS=detect_leaks=1:abort_on_error=1 \
 	  UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 $(CTEST)
+	cmake --build build/tsan -j $(JOBS)
+	cd build/tsan && TSAN_OPTIONS=halt_on_error=1:second_deadlock_stack=1 $(CTEST) -L threads
 
 build/bench/CMakeCache.txt: | deps
 	cmake -S . -B build/bench $(GEN) -DCMAKE_BUILD_TYPE=Release -DZE_BUILD_BENCH=ON -DZE_BUILD_TESTS=OFF

@@ -9,7 +9,10 @@
 
 #include "CZeByteArray.h"
 #include "CZeDebugLog.h"
+#include "CZeObject.h"
 #include "CZeString.h"
 #include "CZeTextCodec.h"
+#include "CZeThread.h"
+#include "CZeThreadStorage.h"
 
 #endif /* ZECORE_H */

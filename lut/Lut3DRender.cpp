@@ -1,13 +1,16 @@
 #include "lut/Lut3DRender.h"
 
 #include "core/log/CZeMessageLogger.h"
+#include "lut/WorkerPool.h"
 #include "lut/kernel/Lut3DKernel.h"
 
 namespace {
 
-// Walks the frame top-down in row pairs on the calling thread. Strides are
-// sign-extended, so bottom-up frames with negative strides work.
-void renderOnCallerThread(const Lut3DEffect* effect)
+// Renders count rows from the given first rows of source and destination,
+// top-down in row pairs; a lone last row is processed as a pair of itself.
+// Within the walk strides are sign-extended.
+void renderRows(const Lut3DEffect* effect, const uint8_t* sy, const uint8_t* sc, uint8_t* dy,
+                uint8_t* dc, uint32_t count)
 {
     const Lut3DKernelOps* ops = Lut3DKernelActive();
     const Lut3DFrame* src = effect->source;
@@ -15,12 +18,8 @@ void renderOnCallerThread(const Lut3DEffect* effect)
     const bool isNV21 = effect->pixelFormat == kLut3DFormatNV21;
     const ptrdiff_t srcY = src->lumaStride, srcC = src->chromaStride;
     const ptrdiff_t dstY = dst->lumaStride, dstC = dst->chromaStride;
-    const uint8_t* sy = src->lumaPlane;
-    const uint8_t* sc = src->chromaPlane;
-    uint8_t* dy = dst->lumaPlane;
-    uint8_t* dc = dst->chromaPlane;
 
-    const uint32_t pairs = static_cast<uint32_t>(effect->height) >> 1;
+    const uint32_t pairs = count >> 1;
     for (uint32_t i = 0; i < pairs; ++i) {
         Lut3DKernelRowPair(ops, effect, sy, sy + srcY, sc, dy, dy + dstY, dc, isNV21);
         sy += 2 * srcY;
@@ -28,12 +27,66 @@ void renderOnCallerThread(const Lut3DEffect* effect)
         sc += srcC;
         dc += dstC;
     }
-    // An odd height ends with a lone row processed as a pair of itself.
-    if (effect->height & 1)
+    if (count & 1)
         Lut3DKernelRowPair(ops, effect, sy, sy, sc, dy, dy, dc, isNV21);
 }
 
+// Walks the whole frame on the calling thread. Negative strides (bottom-up
+// frames) work here.
+void renderOnCallerThread(const Lut3DEffect* effect)
+{
+    const Lut3DFrame* src = effect->source;
+    const Lut3DFrame* dst = effect->destination;
+    renderRows(effect, src->lumaPlane, src->chromaPlane, dst->lumaPlane, dst->chromaPlane,
+               static_cast<uint32_t>(effect->height));
+}
+
+// Offset of a band's first row: an unsigned 32-bit product added without
+// sign extension, so a band below row 0 of a frame with a negative stride
+// would land far outside it. The driver refuses such frames for pools.
+uint32_t bandOffset(int32_t stride, uint32_t row)
+{
+    return static_cast<uint32_t>(stride) * row;
+}
+
+bool hasNegativeStride(const Lut3DFrame* f)
+{
+    return f->lumaStride < 0 || f->chromaStride < 0;
+}
+
 } // namespace
+
+void Lut3DBandRange(uint32_t height, uint32_t index, uint32_t count, uint32_t* first,
+                    uint32_t* last)
+{
+    // The products are taken in 64 bits: H x n may exceed 32 bits for tall
+    // frames, and a wrapped product would make bands overlap.
+    const uint64_t h = height;
+    *first = static_cast<uint32_t>(h * index / count) & ~1u;
+    const uint32_t end = static_cast<uint32_t>(h * (index + 1) / count);
+    *last = index == count - 1 ? end : (end & ~1u);
+}
+
+void Lut3DBand(const Lut3DEffect* effect, uint32_t first, uint32_t count)
+{
+    if (effect->pixelFormat > kLut3DFormatNV21)
+        return;
+    const Lut3DFrame* src = effect->source;
+    const Lut3DFrame* dst = effect->destination;
+    renderRows(effect, src->lumaPlane + bandOffset(src->lumaStride, first),
+               src->chromaPlane + bandOffset(src->chromaStride, first / 2),
+               dst->lumaPlane + bandOffset(dst->lumaStride, first),
+               dst->chromaPlane + bandOffset(dst->chromaStride, first / 2), count);
+}
+
+void Lut3DBandJob(void* argument, uint32_t index, uint32_t count)
+{
+    const Lut3DEffect* effect = static_cast<const Lut3DEffect*>(argument);
+    uint32_t first = 0, last = 0;
+    Lut3DBandRange(static_cast<uint32_t>(effect->height), index, count, &first, &last);
+    if (last > first)
+        Lut3DBand(effect, first, last - first);
+}
 
 int32_t Lut3DRender(Lut3DEffect* effect, Lut3DTable* table, Lut3DFrame* source,
                     Lut3DFrame* destination, uint32_t pixelFormat, uint32_t colourMatrix,
@@ -49,6 +102,10 @@ int32_t Lut3DRender(Lut3DEffect* effect, Lut3DTable* table, Lut3DFrame* source,
     // anything of the effect or the frame is touched.
     if (height < 0)
         return 0;
+    // Bands of a pool address their first row without sign extension, so
+    // bottom-up frames can only be rendered without a pool.
+    if (effect->pool && (hasNegativeStride(source) || hasNegativeStride(destination)))
+        return 0;
 
     effect->table = table;
     effect->source = source;
@@ -61,6 +118,12 @@ int32_t Lut3DRender(Lut3DEffect* effect, Lut3DTable* table, Lut3DFrame* source,
     effect->reserved = reserved;
     Lut3DBuildConstants(effect->constants, table, colourMatrix, range);
 
+    if (effect->pool) {
+        // The fields above are written before the batch is posted under the
+        // pool's lock, so every worker sees them.
+        effect->pool->runBatch(Lut3DBandJob, effect);
+        return 1;
+    }
     renderOnCallerThread(effect);
     return 1;
 }

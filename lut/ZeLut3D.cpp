@@ -11,6 +11,45 @@
 #include "lut/Lut3DRender.h"
 #include "lut/Lut3DTableBuilder.h"
 #include "lut/Lut3DTypes.h"
+#include "lut/WorkerPool.h"
+
+namespace {
+
+void destroyPool(Lut3DEffect* effect)
+{
+    if (!effect->pool)
+        return;
+    effect->pool->stop();
+    delete effect->pool;
+    effect->pool = nullptr;
+    effect->threadCount = 0;
+}
+
+// Thread count n other than 1: 0 becomes one worker per online processor, 2
+// and more are taken as they are (even beyond the processor count). A pool
+// that cannot be started is dropped and the effect renders on the caller's
+// thread.
+void setUpPool(Lut3DEffect* effect, uint32_t n)
+{
+    if (n == 0)
+        n = static_cast<uint32_t>(CZeThread::idealThreadCount());
+    if (effect->pool) {
+        if (effect->threadCount == n)
+            return;
+        destroyPool(effect);
+    }
+    WorkerPool* pool = new (std::nothrow) WorkerPool;
+    if (!pool)
+        return;
+    if (!pool->start(n, CZeThread::InheritPriority)) {
+        delete pool;
+        return;
+    }
+    effect->pool = pool;
+    effect->threadCount = n;
+}
+
+} // namespace
 
 Lut3DEffect* ZecLut3DCreateEffect(uint32_t threadCount)
 {
@@ -21,7 +60,13 @@ Lut3DEffect* ZecLut3DCreateEffect(uint32_t threadCount)
     effect->constants = static_cast<Lut3DConstants*>(Lut3DAlignedAlloc(sizeof(Lut3DConstants)));
     if (effect->constants)
         std::memset(effect->constants, 0, sizeof(Lut3DConstants));
-    (void)threadCount; // every effect renders on the calling thread for now
+    if (threadCount == 1)
+        return effect;
+    try {
+        setUpPool(effect, threadCount);
+    } catch (...) {
+        // Out of memory while creating the workers: no pool.
+    }
     return effect;
 }
 
@@ -29,6 +74,7 @@ void ZecLut3DDestroyEffect(Lut3DEffect* effect)
 {
     if (!effect)
         return;
+    destroyPool(effect);
     Lut3DAlignedFree(effect->constants);
     delete effect;
 }

@@ -1,3 +1,12 @@
+/*
+ * The row-pair wrapper shared by every kernel variant. A row pair is cut into
+ * spans of columns; each span is converted to RGB (whole groups of 8 straight
+ * from the rows, a last partial group through zero-filled temporaries), looked
+ * up in one grid pass over both rows, and converted back (the partial group
+ * again through temporaries, so the variants never touch a byte past a row).
+ * A span is fully read and converted before any of it is written, which makes
+ * rendering in place safe.
+ */
 #include "lut/kernel/Lut3DKernel.h"
 
 #include <algorithm>
@@ -18,8 +27,8 @@ void Lut3DKernelRowPair(const Lut3DKernelOps* ops, const Lut3DEffect* effect,
     const Lut3DConstants* k = effect->constants;
     const Lut3DTable* table = effect->table;
     const int nv21 = isNV21 ? 1 : 0;
-    alignas(64) uint8_t rgb0[3 * kSpan];
-    alignas(64) uint8_t rgb1[3 * kSpan];
+    // The two rows' RGB buffers, contiguous so that one grid pass covers both.
+    alignas(64) uint8_t rgb[2 * 3 * kSpan];
 
     for (uint32_t x0 = 0; x0 < effect->width; x0 += kSpan) {
         const uint32_t n = std::min(kSpan, effect->width - x0);
@@ -27,6 +36,8 @@ void Lut3DKernelRowPair(const Lut3DKernelOps* ops, const Lut3DEffect* effect,
         const uint32_t rem = n & 7u;
         const uint32_t chromaRem = (rem + 1) & ~1u; // chroma bytes of the tail pixels
         const uint32_t w8 = full + (rem ? 8 : 0);
+        uint8_t* rgb0 = rgb;
+        uint8_t* rgb1 = rgb + 3 * w8;
 
         ops->yuvToRgb(k, srcY0 + x0, srcY1 + x0, srcUV + x0, nv21, rgb0, rgb1, full);
         if (rem) {
@@ -39,8 +50,7 @@ void Lut3DKernelRowPair(const Lut3DKernelOps* ops, const Lut3DEffect* effect,
             ops->yuvToRgb(k, ty0, ty1, tuv, nv21, rgb0 + 3 * full, rgb1 + 3 * full, 8);
         }
 
-        ops->gridLookup(k, table, rgb0, w8);
-        ops->gridLookup(k, table, rgb1, w8);
+        ops->gridLookup(k, table, rgb, 2 * w8);
 
         ops->rgbToYuv(k, rgb0, rgb1, dstY0 + x0, dstY1 + x0, dstUV + x0, nv21, full);
         if (rem) {

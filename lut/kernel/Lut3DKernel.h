@@ -20,6 +20,11 @@
 
 #include "lut/Lut3DTypes.h"
 
+// Marks the small helpers of a variant's inner loop, which the compiler's
+// size heuristics would otherwise leave as calls that pass vectors through
+// memory.
+#define LUT3D_KERNEL_INLINE inline __attribute__((always_inline))
+
 struct Lut3DKernelOps {
     const char* name;
     // count pixels (a multiple of 8) of two luma rows and their chroma row to

@@ -1,16 +1,57 @@
 /*
  * Picks the kernel once: start from the portable reference, then upgrade one
- * instruction set at a time in order of preference.
+ * instruction set at a time in order of preference. The choice depends only
+ * on what this build contains and what the CPU reports; nothing else (no
+ * environment variable) can steer it. Tests and benchmarks name a variant
+ * through Lut3DKernelGet, which applies the same CPU check.
  */
 #include "lut/kernel/Lut3DKernel.h"
 
 #include <initializer_list>
+
+// Defined only in builds for their architecture (see lut/CMakeLists.txt).
+extern const Lut3DKernelOps kLut3DKernelSSE41;
+extern const Lut3DKernelOps kLut3DKernelAVX2;
+extern const Lut3DKernelOps kLut3DKernelNeon;
+
+namespace {
+
+#if defined(__x86_64__)
+struct CpuFeatures {
+    bool sse41, avx2;
+};
+
+// Read once; thread-safe through the function-local static.
+const CpuFeatures& cpuFeatures()
+{
+    static const CpuFeatures features = [] {
+        __builtin_cpu_init();
+        // The AVX2 check includes the operating system's support for the
+        // 256-bit register state.
+        return CpuFeatures{__builtin_cpu_supports("sse4.1") != 0,
+                           __builtin_cpu_supports("avx2") != 0};
+    }();
+    return features;
+}
+#endif
+
+} // namespace
 
 const Lut3DKernelOps* Lut3DKernelGet(Lut3DKernelVariant variant)
 {
     switch (variant) {
     case Lut3DKernelVariant::Reference:
         return &kLut3DKernelReference;
+#if defined(__x86_64__)
+    case Lut3DKernelVariant::SSE41:
+        return cpuFeatures().sse41 ? &kLut3DKernelSSE41 : nullptr;
+    case Lut3DKernelVariant::AVX2:
+        return cpuFeatures().avx2 ? &kLut3DKernelAVX2 : nullptr;
+#endif
+#if defined(__aarch64__)
+    case Lut3DKernelVariant::NEON: // Advanced SIMD is part of every arm64 CPU
+        return &kLut3DKernelNeon;
+#endif
     default:
         return nullptr;
     }

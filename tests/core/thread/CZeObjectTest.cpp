@@ -1,0 +1,402 @@
+// CZeObject: notify, posting and flushing, deferred deletes, reposting,
+// removal, and moving objects between threads.
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <cstdio>
+#include <memory>
+#include <thread>
+#include <vector>
+
+#include "CZeString.h"
+#include "ThreadTestHelpers.h"
+
+namespace {
+
+constexpr int kTypeA = CZeEvent::User + 1;
+constexpr int kTypeB = CZeEvent::User + 2;
+
+TEST(CZeObjectNames, EmptyUntilSet)
+{
+    Probe p;
+    EXPECT_TRUE(p.objectName().isEmpty());
+    EXPECT_EQ(p.d()->extraData, nullptr); // reading does not create the extra data
+    p.setObjectName(CZeString::fromUtf8("probe"));
+    EXPECT_EQ(p.objectName(), CZeString::fromUtf8("probe"));
+    const CZeString name = p.objectName();
+    p.setObjectName(CZeString::fromUtf8("probe")); // same text: the stored string is kept
+    EXPECT_EQ(p.objectName().constData(), name.constData());
+    p.setObjectName(CZeString());
+    EXPECT_TRUE(p.objectName().isEmpty());
+}
+
+TEST(CZeObjectEvents, NullReceivers)
+{
+    MessageCapture capture;
+    CZeEvent e(kTypeA);
+    EXPECT_TRUE(CZeObject::notify(nullptr, &e));
+    EXPECT_EQ(countMessages(capture, "CZeObject::notify: Unexpected null receiver", kWarning), 1u);
+
+    int destroyed = 0;
+    CZeObject::postEvent(nullptr, new CountedEvent<>(&destroyed, kTypeA));
+    EXPECT_EQ(destroyed, 1);
+    EXPECT_EQ(countMessages(capture, "CZeObject::postEvent: Unexpected null receiver", kWarning),
+              1u);
+}
+
+TEST(CZeObjectEvents, EventDispatchByType)
+{
+    Probe p;
+    CZeEvent user(kTypeA), unknown(500), timer(CZeEvent::Timer);
+    CZeTimerEvent timerEvent(42);
+    EXPECT_TRUE(CZeObject::notify(&p, &user));
+    EXPECT_FALSE(CZeObject::notify(&p, &unknown));
+    EXPECT_TRUE(CZeObject::notify(&p, &timerEvent));
+    EXPECT_EQ(p.customTypes, std::vector<int>{kTypeA});
+    EXPECT_EQ(p.timerIds, std::vector<int>{42});
+    // Delivery raises the thread's level for the handler's duration.
+    int levelInside = -1;
+    CZeThreadData* data = CZeThreadData::current(false);
+    const int before = data->loopLevel;
+    p.onCustom = [&](Probe*, CZeEvent*) { levelInside = data->loopLevel; };
+    CZeObject::notify(&p, &user);
+    EXPECT_EQ(levelInside, before + 1);
+    EXPECT_EQ(data->loopLevel, before);
+}
+
+TEST(CZeObjectEvents, PostedEventsAreDeliveredInOrderAndDeleted)
+{
+    int destroyed = 0;
+    Probe a, b;
+    CZeEvent* first = new CountedEvent<>(&destroyed, kTypeA);
+    CZeObject::postEvent(&a, first);
+    EXPECT_TRUE(first->isPosted());
+    CZeObject::postEvent(&b, new CountedEvent<>(&destroyed, kTypeB));
+    CZeObject::postEvent(&a, new CountedEvent<>(&destroyed, kTypeB));
+    EXPECT_EQ(a.d()->postedEvents, 2);
+
+    // Only one receiver's, then only one type, then the rest.
+    CZeObject::sendPostedEvents(&b);
+    EXPECT_EQ(b.customTypes, std::vector<int>{kTypeB});
+    EXPECT_TRUE(a.customTypes.empty());
+    CZeObject::sendPostedEvents(nullptr, kTypeB);
+    EXPECT_EQ(a.customTypes, std::vector<int>{kTypeB});
+    CZeObject::sendPostedEvents();
+    EXPECT_EQ(a.customTypes, (std::vector<int>{kTypeB, kTypeA}));
+    EXPECT_EQ(destroyed, 3);
+    EXPECT_EQ(a.d()->postedEvents, 0);
+    EXPECT_TRUE(CZeThreadData::current(false)->postedEvents.empty());
+}
+
+TEST(CZeObjectEvents, EventsPostedDuringAFlushWaitForTheNext)
+{
+    Probe p;
+    int rounds = 0;
+    p.onCustom = [&](Probe* self, CZeEvent*) {
+        if (++rounds < 3)
+            CZeObject::postEvent(self, new CZeEvent(kTypeA));
+    };
+    CZeObject::postEvent(&p, new CZeEvent(kTypeA));
+    CZeObject::sendPostedEvents();
+    EXPECT_EQ(rounds, 1);
+    CZeObject::sendPostedEvents();
+    CZeObject::sendPostedEvents();
+    EXPECT_EQ(rounds, 3);
+}
+
+TEST(CZeObjectEvents, RemovedEventsAreDeletedUndelivered)
+{
+    int destroyed = 0;
+    Probe a, b;
+    CZeObject::postEvent(&a, new CountedEvent<>(&destroyed, kTypeA));
+    CZeObject::postEvent(&a, new CountedEvent<>(&destroyed, kTypeB));
+    CZeObject::postEvent(&b, new CountedEvent<>(&destroyed, kTypeA));
+    CZeObject::postEvent(&a, new CountedEvent<>(&destroyed, kTypeA));
+
+    CZeObject::removePostedEvents(&a, kTypeA);
+    EXPECT_EQ(destroyed, 2);
+    EXPECT_EQ(a.d()->postedEvents, 1);
+    EXPECT_EQ(CZeThreadData::current(false)->postedEvents.size(), 2u); // compacted
+
+    CZeObject::removePostedEvents(nullptr, 0); // everything of this thread
+    EXPECT_EQ(destroyed, 4);
+    CZeObject::sendPostedEvents();
+    EXPECT_TRUE(a.customTypes.empty());
+    EXPECT_TRUE(b.customTypes.empty());
+
+    // Destroying a receiver removes its events.
+    auto c = std::make_unique<Probe>();
+    CZeObject::postEvent(c.get(), new CountedEvent<>(&destroyed, kTypeA));
+    c.reset();
+    EXPECT_EQ(destroyed, 5);
+    EXPECT_TRUE(CZeThreadData::current(false)->postedEvents.empty());
+}
+
+TEST(CZeObjectEvents, DestroyingAPostedEventTakesItOutOfTheQueue)
+{
+    Probe p;
+    CZeEvent* e = new CZeEvent(kTypeA);
+    CZeObject::postEvent(&p, e);
+    delete e; // misuse: the queue owned it
+    EXPECT_EQ(p.d()->postedEvents, 0);
+    CZeObject::sendPostedEvents();
+    EXPECT_TRUE(p.customTypes.empty());
+}
+
+TEST(CZeObjectEvents, RepostKeepsTheEventQueuedOnceAndStopsTheFlush)
+{
+    int destroyed = 0;
+    Probe p;
+    CZeEvent* a = new CountedEvent<>(&destroyed, kTypeA);
+    a->setRepost(true);
+    CZeObject::postEvent(&p, a);
+    CZeObject::postEvent(&p, new CountedEvent<>(&destroyed, kTypeB));
+
+    CZeObject::sendPostedEvents();
+    EXPECT_EQ(p.customTypes, std::vector<int>{kTypeA}); // B waits behind the reposted A
+    EXPECT_TRUE(a->isPosted());
+    EXPECT_FALSE(a->repost()); // put back with the posted flag only
+    EXPECT_EQ(p.d()->postedEvents, 2);
+    EXPECT_EQ(destroyed, 0);
+
+    CZeObject::sendPostedEvents();
+    EXPECT_EQ(p.customTypes, (std::vector<int>{kTypeA, kTypeA, kTypeB}));
+    EXPECT_EQ(destroyed, 2);
+
+    // A handler that sets the flag again keeps the event going.
+    int rounds = 0;
+    p.onCustom = [&](Probe*, CZeEvent* e) { e->setRepost(++rounds < 3); };
+    CZeObject::postEvent(&p, new CountedEvent<>(&destroyed, kTypeA));
+    for (int i = 0; i < 5; ++i)
+        CZeObject::sendPostedEvents();
+    EXPECT_EQ(rounds, 3);
+    EXPECT_EQ(destroyed, 3);
+
+    // Only a general flush reposts.
+    CZeEvent* c = new CountedEvent<>(&destroyed, kTypeA);
+    c->setRepost(true);
+    p.onCustom = nullptr;
+    CZeObject::postEvent(&p, c);
+    CZeObject::sendPostedEvents(&p);
+    EXPECT_EQ(destroyed, 4);
+    EXPECT_EQ(p.d()->postedEvents, 0);
+}
+
+TEST(CZeObjectEvents, FlushForAnObjectOfAnotherThreadIsRefused)
+{
+    MessageCapture capture;
+    Gate created, release;
+    Probe* remote = nullptr;
+    FunctionThread t([&](FunctionThread*) {
+        Probe p;
+        remote = &p;
+        created.open();
+        release.waitOpen();
+    });
+    t.start();
+    ASSERT_TRUE(created.waitOpen());
+    CZeObject::sendPostedEvents(remote);
+    release.open();
+    ASSERT_TRUE(t.wait(kGenerousMs));
+    EXPECT_EQ(countMessages(capture,
+                            "CZeObject::sendPostedEvents: Cannot send posted events for objects "
+                            "in another thread",
+                            kWarning),
+              1u);
+}
+
+TEST(CZeObjectDeferredDelete, SecondDeferredDeleteIsDroppedAtOnce)
+{
+    int destroyed = 0;
+    bool deleted = false;
+    Probe* p = new Probe;
+    p->onDestroyed = [&] { deleted = true; };
+    CZeObject::postEvent(p, new CountedEvent<CZeDeferredDeleteEvent>(&destroyed));
+    CZeObject::postEvent(p, new CountedEvent<CZeDeferredDeleteEvent>(&destroyed));
+    EXPECT_EQ(destroyed, 1); // the second one
+    EXPECT_EQ(p->d()->postedEvents, 1);
+
+    // Posted at level 0 outside any delivery: a general flush at level 0
+    // keeps it, a flush asking for deferred deletes runs it.
+    CZeObject::sendPostedEvents();
+    EXPECT_FALSE(deleted);
+    CZeObject::sendPostedEvents(nullptr, CZeEvent::DeferredDelete);
+    EXPECT_TRUE(deleted);
+    EXPECT_EQ(destroyed, 2);
+}
+
+TEST(CZeObjectDeferredDelete, PostedInsideAHandlerRunsAfterItsLevelIsLeft)
+{
+    bool deleted = false, aliveAfterNestedFlush = false;
+    Probe host;
+    Probe* victim = new Probe;
+    victim->onDestroyed = [&] { deleted = true; };
+    host.onCustom = [&](Probe*, CZeEvent*) {
+        victim->deleteLater();
+        CZeObject::sendPostedEvents(); // same level: not due
+        aliveAfterNestedFlush = !deleted;
+    };
+    CZeObject::postEvent(&host, new CZeEvent(kTypeA));
+    CZeObject::sendPostedEvents();
+    EXPECT_TRUE(aliveAfterNestedFlush);
+    EXPECT_FALSE(deleted); // posted during this flush: left for the next one
+    CZeObject::sendPostedEvents();
+    EXPECT_TRUE(deleted);
+}
+
+TEST(CZeObjectDeferredDelete, PostedAtLevelZeroRunsInsideADelivery)
+{
+    bool deleted = false, deletedInside = false;
+    Probe host;
+    Probe* victim = new Probe;
+    victim->onDestroyed = [&] { deleted = true; };
+    victim->deleteLater();
+    host.onCustom = [&](Probe*, CZeEvent*) {
+        CZeObject::sendPostedEvents();
+        deletedInside = deleted;
+    };
+    CZeEvent e(kTypeA);
+    CZeObject::notify(&host, &e);
+    EXPECT_TRUE(deletedInside);
+}
+
+TEST(CZeObjectDeferredDelete, FromAnotherThreadIsStampedLevelZero)
+{
+    Probe* p = new Probe;
+    bool deleted = false;
+    p->onDestroyed = [&] { deleted = true; };
+    Probe host;
+    // Posted from a foreign thread while this thread is at level 1.
+    host.onCustom = [&](Probe*, CZeEvent*) { std::thread([p] { p->deleteLater(); }).join(); };
+    CZeEvent e(kTypeA);
+    CZeObject::notify(&host, &e);
+    auto& queue = CZeThreadData::current(false)->postedEvents;
+    ASSERT_EQ(queue.size(), 1u);
+    EXPECT_EQ(static_cast<CZeDeferredDeleteEvent*>(queue.front().event)->loopLevel(), 0);
+    CZeObject::sendPostedEvents();
+    EXPECT_FALSE(deleted);
+    CZeObject::sendPostedEvents(p, CZeEvent::DeferredDelete);
+    EXPECT_TRUE(deleted);
+}
+
+TEST(CZeObjectMove, OnlyTheObjectsThreadMayMoveIt)
+{
+    MessageCapture capture;
+    Probe p;
+    CZeThread* main = CZeThread::currentThread();
+    CZeThread* foreignThread = nullptr;
+    std::thread foreign([&] {
+        foreignThread = CZeThread::currentThread();
+        p.moveToThread(nullptr);
+    });
+    foreign.join();
+    EXPECT_EQ(p.thread(), main);
+    char expected[256];
+    std::snprintf(expected, sizeof expected,
+                  "CZeObject::moveToThread: Current thread (%p) is not the object's thread "
+                  "(%p).\nCannot move to target thread (%p)\n",
+                  static_cast<void*>(foreignThread), static_cast<void*>(main), nullptr);
+    EXPECT_EQ(countMessages(capture, expected, kWarning), 1u);
+}
+
+TEST(CZeObjectMove, ToNoThreadAndBack)
+{
+    int destroyed = 0;
+    Probe p;
+    CZeObject::postEvent(&p, new CountedEvent<>(&destroyed, kTypeA));
+    p.moveToThread(nullptr);
+    EXPECT_EQ(p.thread(), nullptr);
+    EXPECT_EQ(p.d()->postedEvents, 1);
+    CZeObject::sendPostedEvents(); // the event went with the object
+    EXPECT_TRUE(p.customTypes.empty());
+    // An object in no thread may be pulled into the calling thread.
+    p.moveToThread(CZeThread::currentThread());
+    EXPECT_EQ(p.thread(), CZeThread::currentThread());
+    CZeObject::sendPostedEvents();
+    EXPECT_EQ(p.customTypes, std::vector<int>{kTypeA});
+    EXPECT_EQ(destroyed, 1);
+}
+
+TEST(CZeObjectMove, StopsTimersAndCarriesPostedEvents)
+{
+    MessageCapture capture;
+    Gate moved;
+    Probe* object = nullptr;
+    bool timersGone = false, listEmpty = false;
+    std::vector<CZeThread*> deliveredIn;
+    FunctionThread target([&](FunctionThread* self) {
+        ASSERT_TRUE(moved.waitOpen());
+        object->onCustom = [&](Probe* p, CZeEvent*) {
+            deliveredIn.push_back(CZeThread::currentThread());
+            if (p->customTypes.size() == 2)
+                self->quit();
+        };
+        self->exec();
+    });
+    target.start();
+    FunctionThread source([&](FunctionThread* self) {
+        object = new Probe;
+        object->startTimer(10);
+        object->startTimer(20);
+        CZeObject::postEvent(object, new CZeEvent(kTypeA));
+        CZeObject::postEvent(object, new CZeEvent(kTypeB));
+        object->moveToThread(&target);
+        timersGone = object->runningTimers().empty();
+        listEmpty = self->data()->timerList->timers.empty();
+        moved.open();
+    });
+    source.start();
+    ASSERT_TRUE(source.wait(kGenerousMs));
+    ASSERT_TRUE(target.wait(kGenerousMs));
+    EXPECT_TRUE(timersGone);
+    EXPECT_TRUE(listEmpty);
+    EXPECT_EQ(object->thread(), &target);
+    EXPECT_EQ(object->customTypes, (std::vector<int>{kTypeA, kTypeB}));
+    EXPECT_EQ(deliveredIn, (std::vector<CZeThread*>{&target, &target}));
+    EXPECT_TRUE(object->timerIds.empty());
+    EXPECT_EQ(countMessages(capture,
+                            "Stop all object's timers while moving object to another thread!",
+                            kWarning),
+              1u);
+    delete object;
+}
+
+TEST(CZeObjectMove, ThreadsMovingObjectsTowardsEachOtherDoNotDeadlock)
+{
+    constexpr int kObjects = 300;
+    std::vector<Probe*> fromA(kObjects), fromB(kObjects);
+    std::atomic<int> ready{0};
+    FunctionThread* threads[2] = {};
+    auto body = [&](int side) {
+        return [&, side](FunctionThread*) {
+            std::vector<Probe*>& mine = side == 0 ? fromA : fromB;
+            std::vector<Probe*>& theirs = side == 0 ? fromB : fromA;
+            for (Probe*& p : mine)
+                p = new Probe;
+            ++ready;
+            while (ready.load() < 2)
+                std::this_thread::yield();
+            for (int i = 0; i < kObjects; ++i) {
+                CZeObject::postEvent(mine[i], new CZeEvent(kTypeA));
+                CZeObject::postEvent(theirs[i], new CZeEvent(kTypeB));
+                mine[i]->moveToThread(threads[1 - side]);
+            }
+        };
+    };
+    FunctionThread a(body(0)), b(body(1));
+    threads[0] = &a;
+    threads[1] = &b;
+    a.start();
+    b.start();
+    ASSERT_TRUE(a.wait(kGenerousMs));
+    ASSERT_TRUE(b.wait(kGenerousMs));
+    for (int i = 0; i < kObjects; ++i) {
+        EXPECT_EQ(fromA[i]->thread(), &b);
+        EXPECT_EQ(fromB[i]->thread(), &a);
+        EXPECT_EQ(fromA[i]->d()->postedEvents, 2);
+        delete fromA[i];
+        delete fromB[i];
+    }
+}
+
+} // namespace

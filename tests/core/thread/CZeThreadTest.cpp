@@ -1,0 +1,375 @@
+// CZeThread: start, wait, exit and exec, names, priorities, stack sizes,
+// adopted threads and the main thread.
+#include <gtest/gtest.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cstdio>
+#include <fstream>
+#include <memory>
+#include <sstream>
+#include <thread>
+
+#include "CZeString.h"
+#include "CZeThread.h"
+#include "CZeThreadStorage.h"
+#include "ThreadTestHelpers.h"
+
+namespace {
+
+std::string threadComm()
+{
+    std::ostringstream path;
+    path << "/proc/self/task/" << static_cast<long>(syscall(SYS_gettid)) << "/comm";
+    std::ifstream in(path.str());
+    std::string name;
+    std::getline(in, name);
+    return name;
+}
+
+TEST(CZeThreadWait, NeverStartedThreadIsDoneAtOnce)
+{
+    FunctionThread t([](FunctionThread*) {});
+    EXPECT_TRUE(t.wait(-1));
+    EXPECT_TRUE(t.wait(0));
+    EXPECT_TRUE(t.wait(10));
+    EXPECT_FALSE(t.isRunning());
+    EXPECT_FALSE(t.isFinished());
+}
+
+TEST(CZeThreadWait, RunningThreadRefusesZeroAndNegativeTimes)
+{
+    Gate release;
+    FunctionThread t([&](FunctionThread*) { release.waitOpen(); });
+    t.start();
+    EXPECT_TRUE(t.isRunning());
+    EXPECT_FALSE(t.isFinished());
+    EXPECT_FALSE(t.wait(0));
+    EXPECT_FALSE(t.wait(-2));
+    EXPECT_FALSE(t.wait(1)); // cannot end while the gate is closed
+    release.open();
+    EXPECT_TRUE(t.wait(kGenerousMs));
+    EXPECT_FALSE(t.isRunning());
+    EXPECT_TRUE(t.isFinished());
+    EXPECT_TRUE(t.wait(0)); // finished: no waiting needed
+}
+
+TEST(CZeThreadWait, WaitingOnItselfIsRefused)
+{
+    MessageCapture capture;
+    bool result = true;
+    FunctionThread t([&](FunctionThread* self) { result = self->wait(-1); });
+    t.start();
+    ASSERT_TRUE(t.wait(kGenerousMs));
+    EXPECT_FALSE(result);
+    EXPECT_EQ(countMessages(capture, "CZeThread::wait: Thread tried to wait on itself", kWarning),
+              1u);
+}
+
+TEST(CZeThreadWait, SeveralWaitersAndImmediateDestruction)
+{
+    // Every waiter must be out of wait() before the object can go away.
+    for (int round = 0; round < 30; ++round) {
+        Gate release;
+        auto t = std::make_unique<FunctionThread>([&](FunctionThread*) { release.waitOpen(); });
+        t->start();
+        std::atomic<int> done{0};
+        std::thread w1([&] { done += t->wait(-1); });
+        std::thread w2([&] { done += t->wait(kGenerousMs); });
+        release.open();
+        ASSERT_TRUE(t->wait(-1));
+        w1.join();
+        w2.join();
+        t.reset();
+        EXPECT_EQ(done.load(), 2);
+    }
+}
+
+TEST(CZeThreadStart, StartWhileRunningChangesNothing)
+{
+    Gate release;
+    std::atomic<int> runs{0};
+    FunctionThread t([&](FunctionThread*) {
+        ++runs;
+        release.waitOpen();
+    });
+    t.start(CZeThread::NormalPriority);
+    t.start(CZeThread::HighestPriority);
+    EXPECT_EQ(t.priority(), CZeThread::NormalPriority);
+    release.open();
+    ASSERT_TRUE(t.wait(kGenerousMs));
+    EXPECT_EQ(runs.load(), 1);
+}
+
+TEST(CZeThreadStart, FinishedThreadStartsAgain)
+{
+    std::atomic<int> runs{0};
+    FunctionThread t([&](FunctionThread*) { ++runs; });
+    t.start();
+    ASSERT_TRUE(t.wait(kGenerousMs));
+    EXPECT_TRUE(t.isFinished());
+    t.start();
+    ASSERT_TRUE(t.wait(kGenerousMs));
+    EXPECT_EQ(runs.load(), 2);
+    EXPECT_TRUE(t.isFinished());
+    EXPECT_EQ(t.priority(), CZeThread::InheritPriority); // reset by the finish steps
+}
+
+TEST(CZeThreadStart, PrioritiesAreStoredOnly)
+{
+    MessageCapture capture;
+    FunctionThread t([](FunctionThread*) {});
+    t.setPriority(CZeThread::LowPriority);
+    EXPECT_EQ(t.priority(), CZeThread::InheritPriority);
+    EXPECT_EQ(countMessages(capture,
+                            "CZeThread::setPriority: Cannot set priority, thread is not running",
+                            kWarning),
+              1u);
+
+    Gate started, release;
+    int seenByThread = -1;
+    FunctionThread u([&](FunctionThread* self) {
+        seenByThread = self->priority();
+        started.open();
+        release.waitOpen();
+    });
+    // A value with the top bit set has that bit cleared by the new thread.
+    u.start(static_cast<int>(0x80000000u | CZeThread::HighPriority));
+    ASSERT_TRUE(started.waitOpen());
+    EXPECT_EQ(seenByThread, CZeThread::HighPriority);
+    u.setPriority(CZeThread::IdlePriority);
+    EXPECT_EQ(u.priority(), CZeThread::IdlePriority);
+    release.open();
+    ASSERT_TRUE(u.wait(kGenerousMs));
+}
+
+TEST(CZeThreadStart, StackSize)
+{
+    MessageCapture capture;
+    std::atomic<int> runs{0};
+    FunctionThread t([&](FunctionThread*) { ++runs; });
+
+    t.setStackSize(1); // below the system minimum
+    t.start();
+    EXPECT_FALSE(t.isRunning());
+    EXPECT_TRUE(t.wait(0));
+    EXPECT_EQ(runs.load(), 0);
+    EXPECT_EQ(countMessages(capture, "CZeThread::start: Thread stack size error: Invalid argument",
+                            kWarning),
+              1u);
+
+    capture.clear();
+    t.setStackSize(512 * 1024);
+    EXPECT_EQ(t.stackSize(), 512u * 1024);
+    t.start();
+    ASSERT_TRUE(t.wait(kGenerousMs));
+    EXPECT_EQ(runs.load(), 1);
+    EXPECT_EQ(capture.count(), 0u);
+
+    Gate release;
+    FunctionThread u([&](FunctionThread*) { release.waitOpen(); });
+    u.start();
+    u.setStackSize(256 * 1024);
+    EXPECT_EQ(countMessages(capture,
+                            "CZeThread: cannot change stack size while the thread is running!",
+                            kError),
+              1u);
+    EXPECT_EQ(u.stackSize(), 256u * 1024); // stored all the same
+    release.open();
+    ASSERT_TRUE(u.wait(kGenerousMs));
+}
+
+TEST(CZeThreadExec, ExitBeforeExecReturnsAtOnce)
+{
+    int first = 0, second = 0, codeAfterEarlyExit = 0, codeAfterLoop = 0;
+    size_t deliveredBeforeLoop = 99;
+    FunctionThread t([&](FunctionThread* self) {
+        Probe probe;
+        probe.onCustom = [self](Probe*, CZeEvent*) { self->exit(7); };
+        CZeObject::postEvent(&probe, new CZeEvent(CZeEvent::User));
+        self->exit(5);
+        first = self->exec(); // returns without running the loop
+        deliveredBeforeLoop = probe.customTypes.size();
+        codeAfterEarlyExit = self->returnCode();
+        second = self->exec(); // the loop delivers the event, which exits with 7
+        codeAfterLoop = self->returnCode();
+    });
+    t.start();
+    ASSERT_TRUE(t.wait(kGenerousMs));
+    EXPECT_EQ(first, 5);
+    EXPECT_EQ(deliveredBeforeLoop, 0u);
+    EXPECT_EQ(codeAfterEarlyExit, 5);
+    EXPECT_EQ(second, 7);
+    EXPECT_EQ(codeAfterLoop, -1);
+}
+
+TEST(CZeThreadExec, QuitFromAnotherThreadEndsTheLoop)
+{
+    Gate inLoop;
+    int result = -5;
+    FunctionThread t([&](FunctionThread* self) {
+        Probe probe;
+        probe.onCustom = [&](Probe*, CZeEvent*) { inLoop.open(); };
+        CZeObject::postEvent(&probe, new CZeEvent(CZeEvent::User));
+        result = self->exec();
+    });
+    t.start();
+    ASSERT_TRUE(inLoop.waitOpen());
+    t.quit();
+    ASSERT_TRUE(t.wait(kGenerousMs));
+    EXPECT_EQ(result, 0);
+}
+
+TEST(CZeThreadExec, SecondExecOnOneThreadIsRefused)
+{
+    MessageCapture capture;
+    int nested = 0;
+    CZeThreadData* data = nullptr;
+    FunctionThread t([&](FunctionThread* self) {
+        data = self->data();
+        Probe probe;
+        probe.onCustom = [&](Probe*, CZeEvent*) {
+            nested = self->exec();
+            self->quit();
+        };
+        CZeObject::postEvent(&probe, new CZeEvent(CZeEvent::User));
+        self->exec();
+    });
+    t.start();
+    ASSERT_TRUE(t.wait(kGenerousMs));
+    EXPECT_EQ(nested, -1);
+    char expected[128];
+    std::snprintf(expected, sizeof expected,
+                  "CZeThreadData::exec: instance %p has already called exec()",
+                  static_cast<void*>(data));
+    EXPECT_EQ(countMessages(capture, expected, kWarning), 1u);
+}
+
+TEST(CZeThreadNames, UnnamedThreadIsCalledCZeThread)
+{
+    std::string name;
+    FunctionThread t([&](FunctionThread*) { name = threadComm(); });
+    t.start();
+    ASSERT_TRUE(t.wait(kGenerousMs));
+    EXPECT_EQ(name, "CZeThread");
+}
+
+TEST(CZeThreadNames, ObjectNameBecomesTheSystemName)
+{
+    std::string name;
+    FunctionThread t([&](FunctionThread*) { name = threadComm(); });
+    t.setObjectName(CZeString::fromUtf8("lut-worker"));
+    t.start();
+    ASSERT_TRUE(t.wait(kGenerousMs));
+    EXPECT_EQ(name, "lut-worker");
+
+    // Local 8-bit is UTF-8; the system keeps the first 15 bytes.
+    t.setObjectName(CZeString::fromUtf8("caf\xc3\xa9-render-thread-0"));
+    t.start();
+    ASSERT_TRUE(t.wait(kGenerousMs));
+    EXPECT_EQ(name, "caf\xc3\xa9-render-th");
+
+    // Naming a finished thread and starting it again renames the new system thread.
+    t.setObjectName(CZeString());
+    t.start();
+    ASSERT_TRUE(t.wait(kGenerousMs));
+    EXPECT_EQ(name, "CZeThread");
+}
+
+TEST(CZeThreadStatics, CurrentThreadAndCounts)
+{
+    CZeThread* seen = nullptr;
+    pthread_t seenId{};
+    FunctionThread t([&](FunctionThread*) {
+        seen = CZeThread::currentThread();
+        seenId = CZeThread::currentThreadId();
+    });
+    t.start();
+    ASSERT_TRUE(t.wait(kGenerousMs));
+    EXPECT_EQ(seen, &t);
+    EXPECT_FALSE(pthread_equal(seenId, pthread_self()));
+    // The thread object belongs to the thread that created it.
+    EXPECT_EQ(t.thread(), CZeThread::currentThread());
+
+    const long online = sysconf(_SC_NPROCESSORS_ONLN);
+    EXPECT_EQ(CZeThread::idealThreadCount(), online < 1 ? 1 : online);
+    CZeThread::sleep(0);
+    CZeThread::msleep(-3);
+    CZeThread::usleep(1);
+}
+
+TEST(CZeThreadAdoption, MainThreadIsAdoptedAtLoad)
+{
+    CZeThread* main = CZeThreadData::mainThread();
+    ASSERT_NE(main, nullptr);
+    EXPECT_EQ(CZeThread::currentThread(), main);
+    EXPECT_TRUE(main->isRunning());
+    EXPECT_TRUE(CZeThreadData::current(false)->isAdopted);
+}
+
+TEST(CZeThreadAdoption, ForeignThreadGetsAdoptedThread)
+{
+    MessageCapture capture;
+    CZeThread* adopted = nullptr;
+    bool runningInside = false, sameTwice = false, selfIsThread = false;
+    bool refusedTimer = true;
+    std::thread foreign([&] {
+        EXPECT_EQ(CZeThreadData::current(false), nullptr);
+        adopted = CZeThread::currentThread();
+        sameTwice = CZeThread::currentThread() == adopted;
+        runningInside = adopted && adopted->isRunning();
+        selfIsThread = adopted && adopted->thread() == adopted;
+        Probe p;
+        refusedTimer = p.startTimer(10) == 0;
+        // Its run() is never meant to be called.
+        static_cast<CZeAdoptedThread*>(adopted)->run();
+        // Starting an adopted thread does nothing: it is running already.
+        adopted->start();
+    });
+    foreign.join();
+    EXPECT_NE(adopted, nullptr);
+    EXPECT_NE(adopted, CZeThreadData::mainThread());
+    EXPECT_TRUE(sameTwice);
+    EXPECT_TRUE(runningInside);
+    EXPECT_TRUE(selfIsThread);
+    EXPECT_TRUE(refusedTimer);
+    EXPECT_EQ(countMessages(capture,
+                            "CZeObject::startTimer: Timers can only be used with threads "
+                            "started with CZeThread",
+                            kWarning),
+              1u);
+    EXPECT_EQ(countMessages(capture,
+                            "CZeAdoptedThread::run(): Internal error, this implementation should "
+                            "never be called.",
+                            kError),
+              1u);
+}
+
+TEST(CZeThreadAdoption, AdoptedThreadRunsFinishStepsWhenItExits)
+{
+    // Deferred deletes still pending and storage values are handled when the
+    // foreign thread ends; its data is released then (checked by the leak
+    // checker of the sanitizer build).
+    static int destroyedValues = 0;
+    CZeThreadStorage storage([](void* p) {
+        ++destroyedValues;
+        delete static_cast<int*>(p);
+    });
+    bool objectDeleted = false, aliveBeforeExit = false;
+    destroyedValues = 0;
+    std::thread foreign([&] {
+        Probe* p = new Probe;
+        p->onDestroyed = [&] { objectDeleted = true; };
+        p->deleteLater();
+        CZeObject::sendPostedEvents(); // level 0: not due yet
+        aliveBeforeExit = !objectDeleted;
+        storage.set(new int(1));
+    });
+    foreign.join();
+    EXPECT_TRUE(aliveBeforeExit);
+    EXPECT_TRUE(objectDeleted);
+    EXPECT_EQ(destroyedValues, 1);
+}
+
+} // namespace

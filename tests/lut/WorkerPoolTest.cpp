@@ -1,0 +1,341 @@
+// The effect's worker pool: batches, bands, pool setup by thread count, and
+// pooled renders against the portable reference kernel.
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <cstring>
+#include <memory>
+#include <random>
+#include <thread>
+#include <vector>
+
+#include "CZeThread.h"
+#include "ZeLut3D.h"
+#include "lut/Lut3DMemory.h"
+#include "lut/Lut3DRender.h"
+#include "lut/Lut3DTableBuilder.h"
+#include "lut/WorkerPool.h"
+#include "lut/kernel/Lut3DKernel.h"
+#include "support/MessageCapture.h"
+#include "support/TestFrames.h"
+
+namespace {
+
+struct TableDeleter {
+    void operator()(Lut3DTable* t) const { Lut3DTableFree(t); }
+};
+using TablePtr = std::unique_ptr<Lut3DTable, TableDeleter>;
+
+struct EffectDeleter {
+    void operator()(Lut3DEffect* e) const { ZecLut3DDestroyEffect(e); }
+};
+using EffectPtr = std::unique_ptr<Lut3DEffect, EffectDeleter>;
+
+TablePtr makeTable(const std::vector<float>& levels, uint32_t seed)
+{
+    std::mt19937 rng(seed);
+    const uint32_t n = static_cast<uint32_t>(levels.size());
+    return TablePtr(Lut3DTableCreate(levels.data(), n, randomEntries(n, rng).data()));
+}
+
+// The whole frame through the portable reference kernel, row pair by row
+// pair, independent of the driver and the pool.
+std::vector<uint8_t> referenceRender(const TestFrame& input, const Lut3DTable* table,
+                                     uint32_t format, uint32_t matrix, int32_t range)
+{
+    TestFrame f = input;
+    Lut3DFrame d = f.descriptor();
+    Lut3DEffect e{};
+    e.constants = static_cast<Lut3DConstants*>(Lut3DAlignedAlloc(sizeof(Lut3DConstants)));
+    std::memset(e.constants, 0, sizeof(Lut3DConstants));
+    Lut3DBuildConstants(e.constants, table, matrix, range);
+    e.table = const_cast<Lut3DTable*>(table);
+    e.source = e.destination = &d;
+    e.pixelFormat = format;
+    e.colourMatrix = matrix;
+    e.range = range;
+    e.width = f.width;
+    e.height = static_cast<int32_t>(f.height);
+    for (uint32_t y = 0; y < f.height; y += 2) {
+        uint8_t* y0 = f.lumaRow(y);
+        uint8_t* y1 = y + 1 < f.height ? f.lumaRow(y + 1) : y0;
+        Lut3DKernelRowPair(&kLut3DKernelReference, &e, y0, y1, f.chromaRow(y / 2), y0, y1,
+                           f.chromaRow(y / 2), format == 1);
+    }
+    Lut3DAlignedFree(e.constants);
+    return f.pixels();
+}
+
+struct Band {
+    uint32_t first, last;
+    bool operator==(const Band& o) const { return first == o.first && last == o.last; }
+};
+
+std::vector<Band> bands(uint32_t height, uint32_t n)
+{
+    std::vector<Band> out;
+    for (uint32_t i = 0; i < n; ++i) {
+        Band b{};
+        Lut3DBandRange(height, i, n, &b.first, &b.last);
+        out.push_back(b);
+    }
+    return out;
+}
+
+TEST(Lut3DBands, KnownCases)
+{
+    EXPECT_EQ(bands(7, 3), (std::vector<Band>{{0, 2}, {2, 4}, {4, 7}}));
+    // Height 1 on four workers: only the last one has a row.
+    const std::vector<Band> one = bands(1, 4);
+    for (uint32_t i = 0; i < 3; ++i)
+        EXPECT_LE(one[i].last, one[i].first) << "worker " << i;
+    EXPECT_EQ(one[3], (Band{0, 1}));
+    EXPECT_EQ(bands(1080, 2), (std::vector<Band>{{0, 540}, {540, 1080}}));
+}
+
+TEST(Lut3DBands, TileTheFrameOnEvenRows)
+{
+    for (uint32_t h = 1; h <= 130; ++h) {
+        for (uint32_t n = 1; n <= 20; ++n) {
+            uint32_t covered = 0;
+            const std::vector<Band> b = bands(h, n);
+            for (uint32_t i = 0; i < n; ++i) {
+                if (b[i].last <= b[i].first)
+                    continue;
+                ASSERT_EQ(b[i].first, covered) << "h " << h << " n " << n << " i " << i;
+                ASSERT_EQ(b[i].first % 2, 0u);
+                if (i != n - 1) {
+                    ASSERT_EQ(b[i].last % 2, 0u);
+                }
+                covered = b[i].last;
+            }
+            ASSERT_EQ(covered, h) << "h " << h << " n " << n;
+        }
+    }
+    // Tall frames: the band products do not wrap (a 32-bit H x 8 would give
+    // 268435454 here).
+    EXPECT_EQ(bands(0x7FFFFFFF, 16).back().last, 0x7FFFFFFFu);
+    EXPECT_EQ(bands(0x7FFFFFFF, 16)[8].first, 1073741822u);
+}
+
+TEST(Lut3DBands, BandJobWritesOnlyItsBand)
+{
+    TablePtr table = makeTable(uniformLevels(9), 3);
+    TestFrame input(24, 7, 5);
+    input.fillRandom(11);
+    const std::vector<uint8_t> expected = referenceRender(input, table.get(), 0, 1, 0);
+    const uint32_t n = 3;
+    for (uint32_t i = 0; i < n; ++i) {
+        TestFrame f = input;
+        Lut3DFrame d = f.descriptor();
+        EffectPtr e(ZecLut3DCreateEffect(1));
+        e->table = table.get();
+        e->source = e->destination = &d;
+        e->pixelFormat = 0;
+        e->colourMatrix = 1;
+        e->range = 0;
+        e->width = f.width;
+        e->height = static_cast<int32_t>(f.height);
+        Lut3DBuildConstants(e->constants, table.get(), 1, 0);
+        Lut3DBandJob(e.get(), i, n);
+
+        uint32_t first = 0, last = 0;
+        Lut3DBandRange(f.height, i, n, &first, &last);
+        // Compare row by row: luma rows of the band and their chroma rows
+        // are rendered, everything else is untouched.
+        const std::vector<uint8_t>& all = expected;
+        for (uint32_t row = 0; row < f.height; ++row) {
+            const bool inside = row >= first && row < last;
+            const uint8_t* src = inside ? &all[row * f.width] : input.lumaRow(row);
+            EXPECT_EQ(0, std::memcmp(f.lumaRow(row), src, f.width)) << "worker " << i << " row " << row;
+        }
+        const size_t lumaBytes = static_cast<size_t>(f.width) * f.height;
+        for (uint32_t row = 0; row < f.chromaRows(); ++row) {
+            const bool inside = 2 * row >= first && 2 * row < last;
+            const uint8_t* src = inside ? &all[lumaBytes + row * f.chromaBytes()] : input.chromaRow(row);
+            EXPECT_EQ(0, std::memcmp(f.chromaRow(row), src, f.chromaBytes()))
+                << "worker " << i << " chroma row " << row;
+        }
+        EXPECT_TRUE(f.paddingIntact());
+    }
+}
+
+TEST(WorkerPool, BatchRunsTheJobOncePerWorkerAndWaits)
+{
+    struct Record {
+        std::atomic<int> calls[5];
+        std::atomic<int> wrongCount{0};
+        std::atomic<int> finished{0};
+    } record;
+    for (auto& c : record.calls)
+        c = 0;
+    WorkerPool pool;
+    ASSERT_TRUE(pool.start(5, CZeThread::InheritPriority));
+    EXPECT_FALSE(pool.start(5, CZeThread::InheritPriority)); // started once only
+    EXPECT_EQ(pool.workerCount(), 5u);
+    constexpr int kBatches = 200;
+    for (int b = 0; b < kBatches; ++b) {
+        record.finished = 0;
+        pool.runBatch(
+            [](void* arg, uint32_t index, uint32_t count) {
+                Record* r = static_cast<Record*>(arg);
+                if (count != 5)
+                    ++r->wrongCount;
+                if (index == 4)
+                    std::this_thread::yield(); // a slow worker: the batch still waits
+                ++r->calls[index];
+                ++r->finished;
+            },
+            &record);
+        ASSERT_EQ(record.finished.load(), 5) << "batch " << b;
+    }
+    for (int i = 0; i < 5; ++i)
+        EXPECT_EQ(record.calls[i].load(), kBatches) << "worker " << i;
+    EXPECT_EQ(record.wrongCount.load(), 0);
+    pool.stop();
+    EXPECT_FALSE(pool.isStarted());
+    EXPECT_EQ(pool.workerCount(), 0u);
+}
+
+TEST(WorkerPool, CountsBelowTwoMeanOneWorker)
+{
+    for (uint32_t n : {0u, 1u}) {
+        WorkerPool pool;
+        ASSERT_TRUE(pool.start(n, CZeThread::InheritPriority));
+        EXPECT_EQ(pool.workerCount(), 1u);
+        std::atomic<int> calls{0};
+        pool.runBatch([](void* arg, uint32_t, uint32_t) { ++*static_cast<std::atomic<int>*>(arg); },
+                      &calls);
+        EXPECT_EQ(calls.load(), 1);
+    }
+}
+
+TEST(WorkerPool, StopWakesSleepingWorkersAndEmptyPoolsReturnAtOnce)
+{
+    for (int i = 0; i < 20; ++i) {
+        WorkerPool pool;
+        ASSERT_TRUE(pool.start(4, CZeThread::InheritPriority));
+        pool.stop();
+        pool.stop(); // nothing left to stop
+    }
+    WorkerPool unstarted;
+    int calls = 0;
+    unstarted.runBatch([](void* arg, uint32_t, uint32_t) { ++*static_cast<int*>(arg); }, &calls);
+    EXPECT_EQ(calls, 0);
+}
+
+TEST(Lut3DEffectPool, ThreadCountSetsUpThePool)
+{
+    EffectPtr single(ZecLut3DCreateEffect(1));
+    EXPECT_EQ(single->pool, nullptr);
+    EXPECT_EQ(single->threadCount, 0u);
+
+    EffectPtr perCpu(ZecLut3DCreateEffect(0));
+    ASSERT_NE(perCpu->pool, nullptr);
+    EXPECT_EQ(perCpu->threadCount, static_cast<uint32_t>(CZeThread::idealThreadCount()));
+    EXPECT_EQ(perCpu->pool->workerCount(), perCpu->threadCount);
+
+    for (uint32_t n : {2u, 3u, 16u}) {
+        EffectPtr e(ZecLut3DCreateEffect(n));
+        ASSERT_NE(e->pool, nullptr);
+        EXPECT_EQ(e->threadCount, n);
+        EXPECT_EQ(e->pool->workerCount(), n);
+    }
+}
+
+struct RenderCase {
+    uint32_t width, height, format, matrix;
+    int32_t range;
+    bool uniform;
+};
+
+TEST(Lut3DEffectPool, PooledRendersMatchTheReferenceBitForBit)
+{
+    const RenderCase cases[] = {
+        {64, 48, 0, 1, 0, true},  {37, 21, 1, 0, 1, true}, {17, 5, 0, 0, 2, false},
+        {8, 3, 1, 1, 0, false},   {1, 1, 0, 1, 0, true},   {130, 67, 1, 1, 1, false},
+        {33, 2, 0, 0, 0, true},
+    };
+    const std::vector<float> irregular = {0.0f, 0.15f, 0.3f, 0.55f, 0.8f, 1.0f};
+    TablePtr uniform = makeTable(uniformLevels(17), 21);
+    TablePtr nonUniform = makeTable(irregular, 22);
+    ASSERT_TRUE(uniform && nonUniform);
+
+    for (const RenderCase& c : cases) {
+        const Lut3DTable* table = c.uniform ? uniform.get() : nonUniform.get();
+        TestFrame input(c.width, c.height, 3);
+        input.fillRandom(c.width * 1000 + c.height);
+        const std::vector<uint8_t> expected =
+            referenceRender(input, table, c.format, c.matrix, c.range);
+
+        for (uint32_t threads : {1u, 0u, 2u, 3u, 16u}) {
+            EffectPtr e(ZecLut3DCreateEffect(threads));
+            // Into a separate frame...
+            TestFrame src = input, dst(c.width, c.height, 3);
+            Lut3DFrame sd = src.descriptor(), dd = dst.descriptor();
+            ASSERT_EQ(ZecLut3DRenderEffect(e.get(), const_cast<Lut3DTable*>(table), &sd, &dd,
+                                           c.format, c.matrix, c.range, c.width,
+                                           static_cast<int32_t>(c.height), 0),
+                      1);
+            EXPECT_EQ(dst.pixels(), expected) << c.width << "x" << c.height << " threads " << threads;
+            EXPECT_EQ(src.pixels(), input.pixels());
+            EXPECT_TRUE(dst.paddingIntact());
+            // ...and in place.
+            TestFrame inPlace = input;
+            Lut3DFrame id = inPlace.descriptor();
+            ASSERT_EQ(ZecLut3DRenderEffect(e.get(), const_cast<Lut3DTable*>(table), &id, &id,
+                                           c.format, c.matrix, c.range, c.width,
+                                           static_cast<int32_t>(c.height), 0),
+                      1);
+            EXPECT_EQ(inPlace.pixels(), expected) << "in place, threads " << threads;
+            EXPECT_TRUE(inPlace.paddingIntact());
+        }
+    }
+}
+
+TEST(Lut3DEffectPool, RefusalsTouchNothing)
+{
+    MessageCapture capture;
+    TablePtr table = makeTable(uniformLevels(5), 4);
+    TestFrame f(16, 6, 2);
+    f.fillRandom(9);
+    const std::vector<uint8_t> before = f.pixels();
+    EffectPtr pooled(ZecLut3DCreateEffect(3));
+    ASSERT_NE(pooled->pool, nullptr);
+
+    Lut3DFrame d = f.descriptor();
+    EXPECT_EQ(ZecLut3DRenderEffect(pooled.get(), table.get(), &d, &d, 2, 0, 0, 16, 6, 0), 0);
+    EXPECT_TRUE(capture.contains("We only support NV12 and NV21 pixel format right now!"));
+    EXPECT_EQ(ZecLut3DRenderEffect(pooled.get(), table.get(), &d, &d, 0, 0, 0, 16, -6, 0), 0);
+    // Bottom-up frames need sign-extended row offsets: only without a pool.
+    Lut3DFrame up = f.descriptorBottomUp();
+    EXPECT_EQ(ZecLut3DRenderEffect(pooled.get(), table.get(), &up, &up, 0, 0, 0, 16, 6, 0), 0);
+    EXPECT_EQ(f.pixels(), before);
+    EXPECT_EQ(pooled->table, nullptr); // nothing recorded in the effect either
+
+    EffectPtr single(ZecLut3DCreateEffect(1));
+    EXPECT_EQ(ZecLut3DRenderEffect(single.get(), table.get(), &up, &up, 0, 0, 0, 16, 6, 0), 1);
+    EXPECT_NE(f.pixels(), before);
+}
+
+TEST(Lut3DEffectPool, ManyCreateRenderDestroyCycles)
+{
+    TablePtr table = makeTable(uniformLevels(9), 8);
+    TestFrame input(40, 13);
+    input.fillRandom(77);
+    const std::vector<uint8_t> expected = referenceRender(input, table.get(), 1, 1, 0);
+    for (int cycle = 0; cycle < 1000; ++cycle) {
+        const uint32_t threads = 2 + cycle % 3;
+        EffectPtr e(ZecLut3DCreateEffect(threads));
+        TestFrame f = input;
+        Lut3DFrame d = f.descriptor();
+        ASSERT_EQ(ZecLut3DRenderEffect(e.get(), table.get(), &d, &d, 1, 1, 0, f.width,
+                                       static_cast<int32_t>(f.height), 0),
+                  1);
+        if (cycle % 100 == 0) {
+            ASSERT_EQ(f.pixels(), expected) << "cycle " << cycle;
+        }
+    }
+}
+
+} // namespace
