@@ -9,7 +9,10 @@
 
 #include "CZeByteArray.h"
 #include "CZeDebugLog.h"
+#include "CZeElapsedTimer.h"
 #include "CZeObject.h"
+#include "CZeRwLock.h"
+#include "CZeSignal.h"
 #include "CZeString.h"
 #include "CZeTextCodec.h"
 #include "CZeThread.h"
