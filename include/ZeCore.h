@@ -10,6 +10,8 @@
 #include "CZeByteArray.h"
 #include "CZeDebugLog.h"
 #include "CZeElapsedTimer.h"
+#include "CZeFile.h"
+#include "CZeIODevice.h"
 #include "CZeObject.h"
 #include "CZeRwLock.h"
 #include "CZeSignal.h"

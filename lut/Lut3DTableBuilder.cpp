@@ -111,7 +111,7 @@ Lut3DTable* Lut3DTableCreate(const float* levels, uint32_t n, const uint8_t* ent
 {
     if (n == 0 || n > kLut3DMaxLevels || !levels || !entries)
         return nullptr;
-    Lut3DTable* table = new (std::nothrow) Lut3DTable{};
+    Lut3DTable* table = Lut3DNewRecord<Lut3DTable>();
     if (!table)
         return nullptr;
     if (!Lut3DBuildGrid(table, n, entries) || !Lut3DBuildIndexTable(table, levels, n)) {
@@ -129,5 +129,5 @@ void Lut3DTableFree(Lut3DTable* table)
     table->indexTable = nullptr;
     Lut3DAlignedFree(table->grid);
     table->grid = nullptr;
-    delete table;
+    Lut3DDeleteRecord(table);
 }

@@ -7,6 +7,9 @@
 #include <cstring>
 #include <new>
 
+#include "CZeString.h"
+#include "core/log/CZeMessageLogger.h"
+#include "lut/Lut3DFileData.h"
 #include "lut/Lut3DMemory.h"
 #include "lut/Lut3DRender.h"
 #include "lut/Lut3DTableBuilder.h"
@@ -93,11 +96,48 @@ int32_t ZecLut3DRenderEffect(Lut3DEffect* effect, Lut3DTable* table, Lut3DFrame*
 
 Lut3DTable* ZecLut3DLoadTableFromFile(const char* path)
 {
-    (void)path; // the file loader is not part of the library yet
-    return nullptr;
+    // A null path becomes a null name, which then fails to open.
+    Lut3DFileData* file = Lut3DFileDataCreate(CZeString::fromUtf8(path));
+    if (!file)
+        return nullptr;
+    if (!file->loaded()) {
+        Lut3DFileDataDestroy(file);
+        return nullptr;
+    }
+    if (!file->threeDimensional) {
+        ZE_LOGGER.error("We only support 3D LUT file!");
+        Lut3DFileDataDestroy(file);
+        return nullptr;
+    }
+    if (file->entryType != 0) {
+        ZE_LOGGER.error("We only support uint8 LUT file!");
+        Lut3DFileDataDestroy(file);
+        return nullptr;
+    }
+    Lut3DTable* table = Lut3DNewRecord<Lut3DTable>();
+    if (!table) {
+        Lut3DFileDataDestroy(file);
+        return nullptr;
+    }
+    table->fileData = file;
+    const uint32_t n = file->levelCount();
+    if (!Lut3DBuildGrid(table, n, file->entries) ||
+        !Lut3DBuildIndexTable(table, file->levelValues(), n)) {
+        ZecLut3DDestroyTable(table);
+        return nullptr;
+    }
+    return table;
 }
 
 void ZecLut3DDestroyTable(Lut3DTable* table)
 {
-    Lut3DTableFree(table);
+    if (!table)
+        return;
+    Lut3DAlignedFree(table->indexTable);
+    table->indexTable = nullptr;
+    Lut3DAlignedFree(table->grid);
+    table->grid = nullptr;
+    Lut3DFileDataDestroy(table->fileData);
+    table->fileData = nullptr;
+    Lut3DDeleteRecord(table);
 }

@@ -140,7 +140,6 @@ TEST(LutFile, UniformLevelsAsTheLibraryJudgesThem)
 // table in memory: the byte order and levels are read as they were meant.
 TEST(LutFile, LibraryLoadsWhatTheToolWrites)
 {
-    SKIP_WITHOUT_LUT_LOADER();
     TempDir dir;
     std::mt19937 rng(11);
     LutTable random;

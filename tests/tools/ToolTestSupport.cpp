@@ -11,9 +11,6 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include "LutFile.h"
-#include "ZeLut3D.h"
-
 TempDir::TempDir()
 {
     const char* base = std::getenv("TMPDIR");
@@ -93,17 +90,4 @@ ZelutRun runZelut(const std::vector<std::string>& args)
     run.out.assign(out.begin(), out.end());
     run.err.assign(err.begin(), err.end());
     return run;
-}
-
-bool lutLoaderAvailable()
-{
-    static const bool available = [] {
-        TempDir dir;
-        const std::string path = dir.path("probe.lut");
-        writeBytes(path, encodeLutFile(identityTable(2)));
-        Lut3DTable* table = ZecLut3DLoadTableFromFile(path.c_str());
-        ZecLut3DDestroyTable(table);
-        return table != nullptr;
-    }();
-    return available;
 }

@@ -1,6 +1,6 @@
 /*
- * Helpers for the zelut tests: a scratch folder, files, running the built
- * zelut program, and the check for a loader in this build.
+ * Helpers for the zelut tests: a scratch folder, files, and running the built
+ * zelut program.
  *
  *   TempDir dir;
  *   writeBytes(dir.path("a.lut"), encodeLutFile(identityTable(5)));
@@ -40,15 +40,5 @@ struct ZelutRun {
     std::vector<std::string> errLines() const;
 };
 ZelutRun runZelut(const std::vector<std::string>& args);
-
-// True when the library's public loader returns a table for a valid file.
-bool lutLoaderAvailable();
-
-#define SKIP_WITHOUT_LUT_LOADER()                                                                  \
-    do {                                                                                           \
-        if (!lutLoaderAvailable())                                                                 \
-            GTEST_SKIP() << "ZecLut3DLoadTableFromFile returned NULL for a valid LUT file: "       \
-                            "the table loader is not in this build";                               \
-    } while (0)
 
 #endif

@@ -152,7 +152,6 @@ TEST(ZelutCommand, InfoRefusesBadFilesWithOneClearLine)
 // source position.
 TEST(ZelutCommand, InfoShowsTheLibrarysReason)
 {
-    SKIP_WITHOUT_LUT_LOADER();
     TempDir dir;
     std::vector<uint8_t> bytes = encodeLutFile(identityTable(3));
     bytes[0] = 'X';
@@ -173,7 +172,6 @@ TEST(ZelutCommand, InfoShowsTheLibrarysReason)
 
 TEST(ZelutCommand, InfoShowsTheFields)
 {
-    SKIP_WITHOUT_LUT_LOADER();
     TempDir dir;
     LutTable t = identityTable(17);
     t.levels[3] += 0.01f;
@@ -198,7 +196,6 @@ TEST(ZelutCommand, InfoShowsTheFields)
 // library with the same arguments.
 TEST(ZelutCommand, ApplyRendersEveryRawFrame)
 {
-    SKIP_WITHOUT_LUT_LOADER();
     TempDir dir;
     const uint32_t w = 37, h = 19, frames = 3;
     writeBytes(dir.path("t.lut"), randomTableFile(7, 5));
@@ -272,7 +269,6 @@ TEST(ZelutCommand, ApplyRefusesRawFilesOfTheWrongSize)
 // rendered by the library, converted back; alpha untouched.
 TEST(ZelutCommand, ApplyRoundTripsAPng)
 {
-    SKIP_WITHOUT_LUT_LOADER();
     TempDir dir;
     RgbImage image(41, 23, true);
     std::mt19937 rng(8);
@@ -311,7 +307,6 @@ TEST(ZelutCommand, ApplyRoundTripsAPng)
 // conversions agree with the library's YUV handling.
 TEST(ZelutCommand, ApplyWithAnIdentityTableKeepsTheImage)
 {
-    SKIP_WITHOUT_LUT_LOADER();
     TempDir dir;
     RgbImage image(64, 32);
     for (uint32_t y = 0; y < 32; ++y)
@@ -339,7 +334,6 @@ TEST(ZelutCommand, ApplyWithAnIdentityTableKeepsTheImage)
 
 TEST(ZelutCommand, DemoAndBenchRunWithoutInput)
 {
-    SKIP_WITHOUT_LUT_LOADER();
     TempDir dir;
     const ZelutRun demo
         = runZelut({ "demo", "--out", dir.path(), "--size", "96x54", "--threads", "1" });

@@ -79,9 +79,10 @@ LutTable identityTable(uint32_t n)
 
 std::vector<uint8_t> encodeLutFile(const LutTable& table)
 {
-    std::vector<uint8_t> out;
+    // Built from the signature rather than reserve + insert: GCC 12 at -O3
+    // mistakes the latter for an overflow.
+    std::vector<uint8_t> out(kLutSignature, kLutSignature + 8);
     out.reserve(kLutHeaderBytes + 4 * table.levels.size() + table.entries.size());
-    out.insert(out.end(), kLutSignature, kLutSignature + 8);
     put32(out, 1); // version
     put32(out, table.n); // level count
     put32(out, 0); // entry type: three unsigned bytes

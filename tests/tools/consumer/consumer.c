@@ -69,9 +69,9 @@ int main(int argc, char** argv)
     }
     table = ZecLut3DLoadTableFromFile(argv[1]);
     if (!table) {
-        printf("consumer: no table loaded from a valid LUT file\n");
+        fprintf(stderr, "consumer: no table loaded from a valid LUT file\n");
         ZecLut3DDestroyEffect(effect);
-        return 0;
+        return 1;
     }
     ok = ZecLut3DRenderEffect(effect, table, &frame, &frame, 0, 0, 0, 8, 2, 0) == 1;
     for (i = 0; i < 16; ++i)
