@@ -9,10 +9,14 @@
 
 #include "CZeByteArray.h"
 #include "CZeDebugLog.h"
+#include "CZeElapsedTimer.h"
 #include "CZeFile.h"
 #include "CZeIODevice.h"
 #include "CZeObject.h"
+#include "CZeRwLock.h"
+#include "CZeSignal.h"
 #include "CZeString.h"
+#include "CZeTextCodec.h"
 #include "CZeThread.h"
 #include "CZeThreadStorage.h"
 
