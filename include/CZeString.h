@@ -330,6 +330,18 @@ public:
     CZeString& setNum(unsigned long n, int base = 10);
     CZeString& setNum(double n, char format = 'g', int precision = 6);
 
+    // ---- Argument substitution -------------------------------------------
+    //   CZeString::fromLatin1("%1(%2).log").arg(tag).arg(day)   // "tag(2024-05-01).log"
+    //
+    // Replaces every placeholder %0 to %99 that carries the lowest number in
+    // the template (two digits at most: %100 is %10 followed by '0') and
+    // leaves the others for the next call; the template is not changed. A
+    // positive `fieldWidth` right-aligns the text in that many units of
+    // `fillChar`, a negative one left-aligns it. A template without
+    // placeholders is returned unchanged and a warning is logged. The form
+    // %L1 is only recognised while replacing, not while counting.
+    CZeString arg(const CZeString& a, int fieldWidth = 0, CZeChar fillChar = CZeChar(' ')) const;
+
 private:
     SZeArrayData* d;
 
