@@ -9,9 +9,13 @@
 
 #include "CZeByteArray.h"
 #include "CZeDebugLog.h"
+#include "CZeDir.h"
 #include "CZeFile.h"
+#include "CZeFileInfo.h"
 #include "CZeIODevice.h"
+#include "CZeLogger.h"
 #include "CZeObject.h"
+#include "CZeSaveFile.h"
 #include "CZeString.h"
 #include "CZeThread.h"
 #include "CZeThreadStorage.h"
