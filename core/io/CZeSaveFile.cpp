@@ -72,8 +72,16 @@ class CZeSaveFilePrivate : public CZeFileDevicePrivate {
 public:
     CZeString fileName;      // the target as given
     CZeString finalFileName; // the target after symbolic links
-    // 0 while the save may be committed; else the error that discards it.
+    // 0 while the save may be committed; else the error that discards it,
+    // kept with its text so that later successful calls do not hide it.
     CZeFileDevice::FileError writeError = CZeFileDevice::NoError;
+    CZeString writeErrorString;
+
+    void setWriteError(CZeFileDevice::FileError code, const CZeString& text)
+    {
+        writeError = code;
+        writeErrorString = text;
+    }
 };
 
 CZeSaveFile::CZeSaveFile() : CZeFileDevice(new (std::nothrow) CZeSaveFilePrivate) {}
@@ -104,7 +112,7 @@ void CZeSaveFile::discard()
     d->engine->remove();
     delete d->engine;
     d->engine = nullptr;
-    d->writeError = NoError;
+    d->setWriteError(NoError, CZeString());
 }
 
 CZeString CZeSaveFile::fileName() const
@@ -155,15 +163,15 @@ bool CZeSaveFile::open(OpenMode mode)
     const CZeFileInfo target(d->fileName);
     if (target.exists() && !target.isWritable()) {
         setError(WriteError, text("Existing file is not writable"));
-        d->writeError = WriteError;
+        d->setWriteError(WriteError, errorString());
         return false;
     }
     if (target.isDir()) {
         setError(WriteError, text("Filename refers to a directory"));
-        d->writeError = WriteError;
+        d->setWriteError(WriteError, errorString());
         return false;
     }
-    d->writeError = NoError;
+    d->setWriteError(NoError, CZeString());
     d->finalFileName = resolveLinks(d->fileName);
 
     const bool existing = target.exists();
@@ -204,10 +212,11 @@ bool CZeSaveFile::commit()
     CZeFileDevice::close();
     // A final flush that failed lost bytes as surely as a failed write.
     if (d->writeError == NoError && error() != NoError)
-        d->writeError = error();
+        d->setWriteError(error(), errorString());
     if (d->writeError != NoError) {
+        setError(d->writeError, d->writeErrorString);
         d->engine->remove();
-        d->writeError = NoError;
+        d->setWriteError(NoError, CZeString());
         delete d->engine;
         d->engine = nullptr;
         return false;
@@ -229,7 +238,13 @@ int64_t CZeSaveFile::writeData(const char* data, int64_t size)
 {
     const int64_t written = CZeFileDevice::writeData(data, size);
     CZeSaveFilePrivate* const d = savePrivate();
-    if (d && written != size && d->writeError == NoError)
-        d->writeError = error() != NoError ? error() : WriteError;
+    if (d && written != size && d->writeError == NoError) {
+        // A short write leaves its reason with the engine only.
+        if (error() == NoError && d->engine && d->engine->error() != NoError)
+            d->takeEngineError(WriteError);
+        if (error() == NoError)
+            setError(WriteError, ZeSystemErrorString(EIO));
+        d->setWriteError(error(), errorString());
+    }
     return written;
 }
