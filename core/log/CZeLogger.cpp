@@ -111,11 +111,14 @@ public:
 
     void run();
     bool openFile();
+    void closeFile();
 
     std::thread thread;
     const CZeString tag;
     // The writer thread's own state.
     FILE* file = nullptr;
+    // The descriptor of `file` while it is open, for a forked child (below).
+    std::atomic<int> fileDescriptor{-1};
     struct tm fileDate {};
     bool openFailed = false;
     int64_t openFailedAt = 0;
@@ -141,11 +144,25 @@ void exitHandler()
 }
 
 // A child made by fork() has the instance but not its thread: it gives up
-// file logging instead of joining a thread it does not have.
+// file logging instead of joining a thread it does not have. Its copy of the
+// file's stream may hold lines the parent has yet to flush; the child's exit
+// would write them a second time, so the descriptor under the stream is
+// pointed at /dev/null (only descriptor calls: the stream's lock may have
+// been held by the writer when the process forked).
 void forkedChild()
 {
-    g_instance.store(kShutDown);
+    const uintptr_t v = g_instance.exchange(kShutDown);
     g_users.store(0);
+    if (v <= kShutDown)
+        return;
+    const int fd = reinterpret_cast<CZeLoggerPrivate*>(v)->fileDescriptor.load();
+    if (fd < 0)
+        return;
+    const int null = ::open("/dev/null", O_WRONLY | O_CLOEXEC);
+    if (null >= 0) {
+        ::dup3(null, fd, O_CLOEXEC);
+        ::close(null);
+    }
 }
 
 void create()
@@ -226,9 +243,7 @@ void CZeLoggerPrivate::run()
             std::fflush(file);
             if (!sameDay(localNow(), fileDate)) {
                 // The next line goes to the new day's file.
-                std::fclose(file);
-                file = nullptr;
-                count(g_counters.filesClosed);
+                closeFile();
             }
             lastFlush = steadyNow();
         }
@@ -253,11 +268,20 @@ void CZeLoggerPrivate::run()
         lock.lock();
         batch.clear();
     }
-    if (file) {
-        std::fclose(file);
-        file = nullptr;
-        count(g_counters.filesClosed);
-    }
+    if (file)
+        closeFile();
+}
+
+void CZeLoggerPrivate::closeFile()
+{
+    // Emptied and forgotten before it is closed: a forked child never sees
+    // a stream that is being closed, nor misses one that holds lines.
+    std::fflush(file);
+    FILE* closing = file;
+    file = nullptr;
+    fileDescriptor.store(-1);
+    std::fclose(closing);
+    count(g_counters.filesClosed);
 }
 
 bool CZeLoggerPrivate::openFile()
@@ -286,8 +310,10 @@ bool CZeLoggerPrivate::openFile()
     FILE* opened = std::fopen(native.constData(), "a");
     if (opened) {
         // Programs the host starts must not inherit the log file.
-        ::fcntl(::fileno(opened), F_SETFD, FD_CLOEXEC);
+        const int fd = ::fileno(opened);
+        ::fcntl(fd, F_SETFD, FD_CLOEXEC);
         file = opened;
+        fileDescriptor.store(fd);
         fileDate = local;
         openFailed = false;
         count(g_counters.filesOpened);
