@@ -3,12 +3,15 @@
 #   make test-arm64      cross-build for aarch64 and run the tests under qemu
 #   make test-sanitize   run the tests under AddressSanitizer + UndefinedBehaviorSanitizer
 #   make bench           build and run the benchmarks
+#   make fuzz            build the libFuzzer targets (clang) and run each for FUZZ_SECONDS
 #   make demo            build everything and render the demo chart into build/demo
 JOBS ?= $(shell nproc)
 GEN := $(shell command -v ninja >/dev/null 2>&1 && echo "-G Ninja")
 CTEST := ctest --output-on-failure -j $(JOBS)
+FUZZ_SECONDS ?= 60
+FUZZ_TARGETS := fuzz_uncompress fuzz_string_number
 
-.PHONY: all deps deps-arm64 build test test-arm64 test-sanitize bench demo clean
+.PHONY: all deps deps-arm64 build test test-arm64 test-sanitize bench fuzz demo clean
 
 all: build
 
@@ -57,6 +60,21 @@ build/bench/CMakeCache.txt: | deps
 bench: deps build/bench/CMakeCache.txt
 	cmake --build build/bench -j $(JOBS)
 	@for b in build/bench/bench/bench_*; do [ -x "$$b" ] && "$$b"; done
+
+# New inputs go to build/fuzz/corpus/<target>; fuzz/corpus/<target> holds the seeds.
+build/fuzz/CMakeCache.txt: | deps
+	cmake -S . -B build/fuzz $(GEN) -DCMAKE_BUILD_TYPE=RelWithDebInfo -DZE_BUILD_FUZZ=ON \
+	  -DZE_BUILD_TESTS=OFF -DZE_BUILD_TOOLS=OFF -DZE_SANITIZE=address,undefined \
+	  -DCMAKE_C_COMPILER=clang -DCMAKE_CXX_COMPILER=clang++
+
+fuzz: deps build/fuzz/CMakeCache.txt
+	cmake --build build/fuzz -j $(JOBS)
+	@for t in $(FUZZ_TARGETS); do \
+	  mkdir -p build/fuzz/corpus/$$t && \
+	  echo "=== $$t for $(FUZZ_SECONDS) s" && \
+	  build/fuzz/fuzz/$$t -max_total_time=$(FUZZ_SECONDS) -print_final_stats=1 \
+	    -artifact_prefix=build/fuzz/ build/fuzz/corpus/$$t fuzz/corpus/$$t || exit 1; \
+	done
 
 demo: build
 	@mkdir -p build/demo

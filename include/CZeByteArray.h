@@ -216,6 +216,23 @@ public:
     int compare(const CZeByteArray& other) const noexcept;
     int compare(const char* str) const noexcept;
 
+    // Lower-case hexadecimal, two digits per byte, `separator` (when not 0)
+    // between the pairs but not after the last: {01 AB} gives "01:ab" with ':'
+    // and "01ab" without. A null or empty array gives a null array.
+    CZeByteArray toHex(char separator = '\0') const;
+
+    // The text printf writes for "%<format>" (negative precision: the C
+    // library's default) or "%.<precision><format>", at most 127 bytes.
+    // Only the floating conversions e E f F g G a A are used; any other
+    // format character acts as 'g'.
+    CZeByteArray& setNum(double n, char format = 'g', int precision = 6);
+    static CZeByteArray number(double n, char format = 'g', int precision = 6);
+
+    // The bytes as a floating-point number, '.' as decimal point whatever the
+    // process locale; white space (9 to 13, space, 0x85, 0xA0) may surround
+    // it. Failure (no number, trailing text, overflow) gives 0 and *ok false.
+    double toDouble(bool* ok = nullptr) const;
+
 private:
     SZeArrayData* d;
 
@@ -227,6 +244,8 @@ private:
             SZeArrayData::deallocate(data, 1, alignof(SZeArrayData));
     }
     bool reallocData(unsigned int alloc, int options);
+    // Library code that builds a block itself hands it over through this.
+    friend class ZeByteArrayBlock;
     bool insertBytes(int i, const char* str, int len);
     bool ownsPointer(const char* p) const noexcept;
 };
@@ -253,6 +272,33 @@ inline const CZeByteArray operator+(const CZeByteArray& a, const CZeByteArray& b
 inline const CZeByteArray operator+(const CZeByteArray& a, const char* b)
 {
     return CZeByteArray(a) += b;
+}
+
+/*
+ * Compressed blocks: a 4-byte big-endian length of the original data, then a
+ * zlib stream. Zero bytes compress to 00 00 00 00 and nothing else.
+ *
+ *   CZeByteArray packed = ZeCompress(raw);      // level -1: zlib's default
+ *   CZeByteArray back = ZeUncompress(packed);   // == raw
+ *   if (back.isEmpty()) ...                     // failed (or nothing stored)
+ *
+ * Failures are logged as warnings. ZeCompress gives a null array for null
+ * data (or a negative size) and an empty one when zlib runs out of memory;
+ * ZeUncompress gives a null array for anything it cannot restore. The stored
+ * length is only a first estimate of the output size: a stream that turns out
+ * larger or smaller is still restored.
+ */
+// `compressionLevel`: 0 to 9, or -1 for zlib's default; other values act as -1.
+ZE_EXPORT CZeByteArray ZeCompress(const unsigned char* data, int nbytes, int compressionLevel = -1);
+ZE_EXPORT CZeByteArray ZeUncompress(const unsigned char* data, int nbytes);
+inline CZeByteArray ZeCompress(const CZeByteArray& data, int compressionLevel = -1)
+{
+    return ZeCompress(reinterpret_cast<const unsigned char*>(data.constData()), data.size(),
+                      compressionLevel);
+}
+inline CZeByteArray ZeUncompress(const CZeByteArray& data)
+{
+    return ZeUncompress(reinterpret_cast<const unsigned char*>(data.constData()), data.size());
 }
 
 #endif /* CZEBYTEARRAY_H */

@@ -22,12 +22,17 @@
 
 #include "CZeByteArray.h"
 
+#include <deque>
 #include <string>
 #include <vector>
 
 namespace Ze {
 // Tag of the constructor that allocates units without initialising them.
 enum Initialization { Uninitialized };
+// How comparisons and searches treat letter case. Case-insensitive matching
+// folds ASCII letters only (A-Z to a-z); every other unit, é and É among
+// them, still has to match exactly.
+enum CaseSensitivity : int { CaseInsensitive = 0, CaseSensitive = 1 };
 } // namespace Ze
 
 // One UTF-16 code unit, passed by value.
@@ -68,6 +73,16 @@ public:
     constexpr unsigned char cell() const noexcept { return static_cast<unsigned char>(ucs & 0xff); }
     constexpr unsigned char row() const noexcept { return static_cast<unsigned char>(ucs >> 8); }
     constexpr bool isNull() const noexcept { return ucs == 0; }
+
+    // White space: 9 to 13, U+0085 and the Unicode space separators (U+0020,
+    // U+00A0, U+1680, U+2000 to U+200A, U+2028, U+2029, U+202F, U+205F, U+3000).
+    constexpr bool isSpace() const noexcept
+    {
+        return ucs == 0x20 || (ucs >= 9 && ucs <= 13) || ucs == 0x85 || ucs == 0xa0
+            || (ucs >= 0x1680 && (ucs == 0x1680 || (ucs >= 0x2000 && ucs <= 0x200a)
+                                  || ucs == 0x2028 || ucs == 0x2029 || ucs == 0x202f
+                                  || ucs == 0x205f || ucs == 0x3000));
+    }
 
     constexpr bool isHighSurrogate() const noexcept { return isHighSurrogate(ucs); }
     constexpr bool isLowSurrogate() const noexcept { return isLowSurrogate(ucs); }
@@ -138,6 +153,17 @@ class CZeStringRef;
 
 class ZE_EXPORT CZeString {
 public:
+    // What split() does with empty parts; any non-zero value skips them.
+    enum SplitBehavior : int { KeepEmptyParts = 0, SkipEmptyParts = 1 };
+    // Flags of section(), combined with |.
+    enum SectionFlag : int {
+        SectionDefault = 0x00,
+        SectionSkipEmpty = 0x01,          // empty sections are not counted or returned
+        SectionIncludeLeadingSep = 0x02,  // keep the separator before the first section
+        SectionIncludeTrailingSep = 0x04, // keep the separator after the last section
+        SectionCaseInsensitiveSeps = 0x08 // match the separator without (ASCII) case
+    };
+
     // ---- Construction and assignment ----------------------------------
     CZeString() noexcept : d(SZeArrayData::sharedNull()) {}
     // Null `unicode`: null string. Negative `size`: up to the first 0 unit.
@@ -330,23 +356,370 @@ public:
     CZeString& setNum(unsigned long n, int base = 10);
     CZeString& setNum(double n, char format = 'g', int precision = 6);
 
+    // ---- Parsing ---------------------------------------------------------
+    // The units are read as Latin-1 (a unit above 0xFF makes the text invalid).
+    // White space (9 to 13, space, 0x85, 0xA0) may surround the number; any
+    // other unit, an embedded 0 included, is a failure. `base` 0 takes the base
+    // from a 0x (hex) or 0 (octal) prefix; 2 to 36 are allowed; other bases fail.
+    // A failure returns 0 and sets `*ok` to false; success sets it to true
+    // (`ok` may be null). A value that does not fit the result type is a
+    // failure, also for the narrow types, which parse 64 bits first.
+    long long toLongLong(bool* ok = nullptr, int base = 10) const;
+    long toLong(bool* ok = nullptr, int base = 10) const;
+    int toInt(bool* ok = nullptr, int base = 10) const;
+    short toShort(bool* ok = nullptr, int base = 10) const;
+    // The unsigned forms refuse a leading '-' instead of wrapping it around.
+    unsigned long long toULongLong(bool* ok = nullptr, int base = 10) const;
+    unsigned long toULong(bool* ok = nullptr, int base = 10) const;
+    unsigned int toUInt(bool* ok = nullptr, int base = 10) const;
+    unsigned short toUShort(bool* ok = nullptr, int base = 10) const;
+    // Decimal point always '.', whatever the process locale; inf, nan and hex
+    // floats are accepted. Overflow to infinity fails; an underflowing value
+    // is kept as the subnormal or zero it rounds to. toFloat also fails for a
+    // finite value beyond the float range.
+    double toDouble(bool* ok = nullptr) const;
+    float toFloat(bool* ok = nullptr) const;
+
+    // The parsers behind the integer conversions; the overload is chosen by
+    // the type of `len` (int: signed 64-bit, unsigned int: unsigned 64-bit).
+    static long long toIntegral_helper(const CZeChar* data, int len, bool* ok, int base);
+    static unsigned long long toIntegral_helper(const CZeChar* data, unsigned int len, bool* ok,
+                                                int base);
+
     // ---- Argument substitution -------------------------------------------
-    //   CZeString::fromLatin1("%1(%2).log").arg(tag).arg(day)   // "tag(2024-05-01).log"
+    //   CZeString::fromLatin1("%1(%2).log").arg(day).arg(n)   // "2024-05-01(3).log"
     //
-    // Replaces every placeholder %0 to %99 that carries the lowest number in
-    // the template (two digits at most: %100 is %10 followed by '0') and
-    // leaves the others for the next call; the template is not changed. A
-    // positive `fieldWidth` right-aligns the text in that many units of
-    // `fillChar`, a negative one left-aligns it. A template without
-    // placeholders is returned unchanged and a warning is logged. The form
-    // %L1 is only recognised while replacing, not while counting.
+    // Each call replaces every placeholder %0 to %99 that carries the lowest
+    // number in the template (at most two digits are read: %100 is %10 then
+    // '0') and leaves the others for the next call; the template itself is
+    // not changed. With a positive `fieldWidth` the text is right-aligned
+    // in that many units of `fillChar`, with a negative one left-aligned.
+    // A template without placeholders is returned unchanged and a warning is
+    // logged. The form %L1 is only recognised while replacing, not while
+    // counting: a template holding %L1 before %1 has the %L1 replaced.
+    // A result too large to allocate is a null string.
     CZeString arg(const CZeString& a, int fieldWidth = 0, CZeChar fillChar = CZeChar(' ')) const;
+    // Integers in `base` (digits above 9 lower case; a negative number only
+    // has a sign in base 10, other bases write its two's complement). With
+    // fill '0' a negative number gets its zeros inserted after the first
+    // unit, so -5 in width 4 reads -005.
+    CZeString arg(long a, int fieldWidth = 0, int base = 10, CZeChar fillChar = CZeChar(' ')) const;
+    CZeString arg(unsigned long a, int fieldWidth = 0, int base = 10,
+                  CZeChar fillChar = CZeChar(' ')) const;
+    CZeString arg(long long a, int fieldWidth = 0, int base = 10,
+                  CZeChar fillChar = CZeChar(' ')) const;
+    CZeString arg(unsigned long long a, int fieldWidth = 0, int base = 10,
+                  CZeChar fillChar = CZeChar(' ')) const;
+    CZeString arg(int a, int fieldWidth = 0, int base = 10, CZeChar fillChar = CZeChar(' ')) const
+    {
+        return arg(static_cast<long>(a), fieldWidth, base, fillChar);
+    }
+    CZeString arg(unsigned int a, int fieldWidth = 0, int base = 10,
+                  CZeChar fillChar = CZeChar(' ')) const
+    {
+        return arg(static_cast<unsigned long>(a), fieldWidth, base, fillChar);
+    }
+    CZeString arg(CZeChar a, int fieldWidth = 0, CZeChar fillChar = CZeChar(' ')) const;
+    // The byte is read as Latin-1.
+    CZeString arg(char a, int fieldWidth = 0, CZeChar fillChar = CZeChar(' ')) const;
+    // Formatted as number(a, format, precision); a negative precision is the
+    // C library's default. With fill '0' a negative finite number gets its
+    // zeros after the '-' sign, as the integers do.
+    CZeString arg(double a, int fieldWidth = 0, char format = 'g', int precision = -1,
+                  CZeChar fillChar = CZeChar(' ')) const;
+
+    // ---- Comparison ------------------------------------------------------
+    // Three-way results: negative, 0 or positive.
+    //
+    // Case-sensitive: the first differing units decide (their difference as
+    // unsigned 16-bit values), else the lengths (their difference).
+    // Case-insensitive: the same storage compares by length alone; a null
+    // first array gives 1, a null second one -1; then each side is read as
+    // code points (a low surrogate after a high one stands for the pair's
+    // code point), ASCII capitals are folded to small letters, and the first
+    // difference decides (folded first minus folded second), else -1, 0 or 1
+    // by which side still has units. So "ABC" vs "abc" is 0 and "É" vs "é" -32.
+    int compare(const CZeString& other, Ze::CaseSensitivity cs = Ze::CaseSensitive) const noexcept
+    {
+        return compare_helper(unicode(), size(), other.unicode(), other.size(), cs);
+    }
+    int compare(CZeLatin1String other, Ze::CaseSensitivity cs = Ze::CaseSensitive) const noexcept
+    {
+        return compare_helper(unicode(), size(), other, cs);
+    }
+    static int compare_helper(const CZeChar* data1, int length1, const CZeChar* data2,
+                              int length2, Ze::CaseSensitivity cs = Ze::CaseSensitive) noexcept;
+    // `data2` is UTF-8 (as fromUtf8 reads it); a negative length means up to
+    // its terminating 0. Invalid bytes compare as U+FFFD.
+    static int compare_helper(const CZeChar* data1, int length1, const char* data2, int length2,
+                              Ze::CaseSensitivity cs = Ze::CaseSensitive) noexcept;
+    static int compare_helper(const CZeChar* data1, int length1, CZeLatin1String s2,
+                              Ze::CaseSensitivity cs = Ze::CaseSensitive) noexcept;
+
+    // ---- Search ----------------------------------------------------------
+    // indexOf: the first match starting at or after `from`; a negative `from`
+    // counts from the end (-1 is the last unit). lastIndexOf: the last match
+    // starting at or before `from`, same counting. Both give -1 when nothing
+    // matches. An empty needle matches at every position from 0 to size().
+    int indexOf(const CZeString& str, int from = 0,
+                Ze::CaseSensitivity cs = Ze::CaseSensitive) const noexcept;
+    int indexOf(CZeLatin1String str, int from = 0,
+                Ze::CaseSensitivity cs = Ze::CaseSensitive) const noexcept;
+    int indexOf(CZeChar ch, int from = 0, Ze::CaseSensitivity cs = Ze::CaseSensitive) const noexcept;
+    int indexOf(const CZeStringRef& str, int from = 0,
+                Ze::CaseSensitivity cs = Ze::CaseSensitive) const noexcept;
+    int lastIndexOf(const CZeString& str, int from = -1,
+                    Ze::CaseSensitivity cs = Ze::CaseSensitive) const noexcept;
+    int lastIndexOf(CZeLatin1String str, int from = -1,
+                    Ze::CaseSensitivity cs = Ze::CaseSensitive) const noexcept;
+    int lastIndexOf(CZeChar ch, int from = -1,
+                    Ze::CaseSensitivity cs = Ze::CaseSensitive) const noexcept;
+    int lastIndexOf(const CZeStringRef& str, int from = -1,
+                    Ze::CaseSensitivity cs = Ze::CaseSensitive) const noexcept;
+    bool contains(const CZeString& str, Ze::CaseSensitivity cs = Ze::CaseSensitive) const noexcept
+    {
+        return indexOf(str, 0, cs) != -1;
+    }
+    bool contains(CZeLatin1String str, Ze::CaseSensitivity cs = Ze::CaseSensitive) const noexcept
+    {
+        return indexOf(str, 0, cs) != -1;
+    }
+    bool contains(CZeChar ch, Ze::CaseSensitivity cs = Ze::CaseSensitive) const noexcept
+    {
+        return indexOf(ch, 0, cs) != -1;
+    }
+    // Every position where the needle starts, overlapping matches included
+    // ("aaaa" holds "aa" three times); an empty needle counts size() + 1.
+    int count(const CZeString& str, Ze::CaseSensitivity cs = Ze::CaseSensitive) const noexcept;
+    int count(CZeChar ch, Ze::CaseSensitivity cs = Ze::CaseSensitive) const noexcept;
+    int count(const CZeStringRef& str, Ze::CaseSensitivity cs = Ze::CaseSensitive) const noexcept;
+    // Every string starts and ends with the empty string.
+    bool startsWith(const CZeString& s, Ze::CaseSensitivity cs = Ze::CaseSensitive) const noexcept;
+    bool startsWith(CZeLatin1String s, Ze::CaseSensitivity cs = Ze::CaseSensitive) const noexcept;
+    bool startsWith(CZeChar c, Ze::CaseSensitivity cs = Ze::CaseSensitive) const noexcept;
+    bool startsWith(const CZeStringRef& s,
+                    Ze::CaseSensitivity cs = Ze::CaseSensitive) const noexcept;
+    bool endsWith(const CZeString& s, Ze::CaseSensitivity cs = Ze::CaseSensitive) const noexcept;
+    bool endsWith(CZeLatin1String s, Ze::CaseSensitivity cs = Ze::CaseSensitive) const noexcept;
+    bool endsWith(CZeChar c, Ze::CaseSensitivity cs = Ze::CaseSensitive) const noexcept;
+    bool endsWith(const CZeStringRef& s, Ze::CaseSensitivity cs = Ze::CaseSensitive) const noexcept;
+
+    // ---- Replacing and removing -------------------------------------------
+    // Replaces `len` units at `pos`. A `pos` outside 0..size() changes
+    // nothing; `len` is clamped to the units that exist (negative: 0, so the
+    // call inserts). The replacement may be part of this string.
+    CZeString& replace(int pos, int len, const CZeString& after);
+    CZeString& replace(int pos, int len, const CZeChar* unicode, int size);
+    CZeString& replace(int pos, int len, CZeChar after);
+
+    // Replaces every match of `before`, left to right, matches not
+    // overlapping; the text put in is not searched again. An empty `before`
+    // matches before every unit and at the end ("ab" with "" -> "-" gives
+    // "-a-b-"). Either side may be part of this string.
+    CZeString& replace(const CZeChar* before, int blen, const CZeChar* after, int alen,
+                       Ze::CaseSensitivity cs = Ze::CaseSensitive);
+    CZeString& replace(const CZeString& before, const CZeString& after,
+                       Ze::CaseSensitivity cs = Ze::CaseSensitive)
+    {
+        return replace(before.unicode(), before.size(), after.unicode(), after.size(), cs);
+    }
+    CZeString& replace(const CZeString& before, CZeLatin1String after,
+                       Ze::CaseSensitivity cs = Ze::CaseSensitive)
+    {
+        return replace(before, CZeString(after), cs);
+    }
+    CZeString& replace(const CZeString& before, CZeChar after,
+                       Ze::CaseSensitivity cs = Ze::CaseSensitive)
+    {
+        return replace(before.unicode(), before.size(), &after, 1, cs);
+    }
+    CZeString& replace(const CZeString& before, const CZeChar* after, int alen,
+                       Ze::CaseSensitivity cs = Ze::CaseSensitive)
+    {
+        return replace(before.unicode(), before.size(), after, alen, cs);
+    }
+    CZeString& replace(CZeLatin1String before, const CZeString& after,
+                       Ze::CaseSensitivity cs = Ze::CaseSensitive)
+    {
+        return replace(CZeString(before), after, cs);
+    }
+    CZeString& replace(CZeLatin1String before, CZeLatin1String after,
+                       Ze::CaseSensitivity cs = Ze::CaseSensitive)
+    {
+        return replace(CZeString(before), CZeString(after), cs);
+    }
+    CZeString& replace(CZeLatin1String before, CZeChar after,
+                       Ze::CaseSensitivity cs = Ze::CaseSensitive)
+    {
+        return replace(CZeString(before), after, cs);
+    }
+    CZeString& replace(CZeLatin1String before, const CZeChar* after, int alen,
+                       Ze::CaseSensitivity cs = Ze::CaseSensitive)
+    {
+        return replace(CZeString(before), after, alen, cs);
+    }
+    CZeString& replace(CZeChar before, const CZeString& after,
+                       Ze::CaseSensitivity cs = Ze::CaseSensitive)
+    {
+        return replace(&before, 1, after.unicode(), after.size(), cs);
+    }
+    CZeString& replace(CZeChar before, CZeLatin1String after,
+                       Ze::CaseSensitivity cs = Ze::CaseSensitive)
+    {
+        return replace(before, CZeString(after), cs);
+    }
+    CZeString& replace(CZeChar before, CZeChar after, Ze::CaseSensitivity cs = Ze::CaseSensitive)
+    {
+        return replace(&before, 1, &after, 1, cs);
+    }
+    CZeString& replace(CZeChar before, const CZeChar* after, int alen,
+                       Ze::CaseSensitivity cs = Ze::CaseSensitive)
+    {
+        return replace(&before, 1, after, alen, cs);
+    }
+    CZeString& replace(const CZeChar* before, int blen, const CZeString& after,
+                       Ze::CaseSensitivity cs = Ze::CaseSensitive)
+    {
+        return replace(before, blen, after.unicode(), after.size(), cs);
+    }
+    CZeString& replace(const CZeChar* before, int blen, CZeLatin1String after,
+                       Ze::CaseSensitivity cs = Ze::CaseSensitive)
+    {
+        return replace(before, blen, CZeString(after), cs);
+    }
+    CZeString& replace(const CZeChar* before, int blen, CZeChar after,
+                       Ze::CaseSensitivity cs = Ze::CaseSensitive)
+    {
+        return replace(before, blen, &after, 1, cs);
+    }
+    // Removes every match (an empty `str` removes nothing).
+    CZeString& remove(const CZeString& str, Ze::CaseSensitivity cs = Ze::CaseSensitive);
+    CZeString& remove(CZeChar ch, Ze::CaseSensitivity cs = Ze::CaseSensitive);
+
+    // ---- Parts -----------------------------------------------------------
+    // The parts between the matches of `sep` (see split()), numbered from 0;
+    // negative numbers count from the end (-1 is the last part). Sections
+    // `start` to `end` are returned with their separators between them:
+    //   "a/b/c/d".section("/", 1, 2) == "b/c"   section("/", -1) == "d"
+    // A range that selects no section gives a null string; an empty section
+    // gives an empty one.
+    CZeString section(const CZeString& sep, int start, int end = -1,
+                      int flags = SectionDefault) const;
+    CZeString section(CZeChar sep, int start, int end = -1, int flags = SectionDefault) const
+    {
+        return section(CZeString(sep), start, end, flags);
+    }
+
+    // Splits at every match of `sep`: "a,,b" gives a, "", b (a, b when
+    // skipping empty parts); "" gives one empty part (none when skipping);
+    // an empty separator splits between all units, with an empty part at
+    // each end. Built in the caller's code, like toUcs4.
+    std::deque<CZeString> split(const CZeString& sep, SplitBehavior behavior = KeepEmptyParts,
+                                Ze::CaseSensitivity cs = Ze::CaseSensitive) const
+    {
+        std::deque<CZeString> parts;
+        splitParts(sep.unicode(), sep.size(), behavior, cs, [&](int pos, int len) {
+            parts.push_back(pos == 0 && len == size() && !isNull() ? *this
+                                                                   : CZeString(unicode() + pos, len));
+        });
+        return parts;
+    }
+    std::deque<CZeString> split(CZeChar sep, SplitBehavior behavior = KeepEmptyParts,
+                                Ze::CaseSensitivity cs = Ze::CaseSensitive) const
+    {
+        std::deque<CZeString> parts;
+        splitParts(&sep, 1, behavior, cs, [&](int pos, int len) {
+            parts.push_back(pos == 0 && len == size() && !isNull() ? *this
+                                                                   : CZeString(unicode() + pos, len));
+        });
+        return parts;
+    }
+    // The same parts as views of this string (which must outlive them).
+    std::deque<CZeStringRef> splitRef(const CZeString& sep, SplitBehavior behavior = KeepEmptyParts,
+                                      Ze::CaseSensitivity cs = Ze::CaseSensitive) const;
+    std::deque<CZeStringRef> splitRef(CZeChar sep, SplitBehavior behavior = KeepEmptyParts,
+                                      Ze::CaseSensitivity cs = Ze::CaseSensitive) const;
+
+    // left(n): the first n units, right(n): the last n units; n < 0 or
+    // n >= size() gives the whole string (shared), n == 0 an empty one.
+    // mid(pos, n): n units from pos; a negative pos shortens n by as much and
+    // starts at 0, n < 0 or past the end means "to the end", pos > size() gives
+    // a null string. The Ref forms give views with the same ranges.
+    CZeString left(int n) const;
+    CZeString right(int n) const;
+    CZeString mid(int position, int n = -1) const;
+    CZeStringRef leftRef(int n) const;
+    CZeStringRef rightRef(int n) const;
+    CZeStringRef midRef(int position, int n = -1) const;
+
+    // Pads to `width` units with `fill` (after the text for leftJustified,
+    // before it for rightJustified). A longer text is kept whole, or with
+    // `truncate` cut to its first `width` units (also by rightJustified).
+    CZeString leftJustified(int width, CZeChar fill = CZeChar(' '), bool truncate = false) const;
+    CZeString rightJustified(int width, CZeChar fill = CZeChar(' '), bool truncate = false) const;
+
+    // The text `times` times over; times < 1 gives an empty string, a result
+    // too large to allocate a null one.
+    CZeString repeated(int times) const;
+
+    // Without white space (CZeChar::isSpace) at either end; simplified() also
+    // turns every inner run of white space into one space. A string that
+    // needs no change is returned shared. The && forms work in place when the
+    // string is not shared.
+    CZeString trimmed() const& { return trimmed_helper(*this); }
+    CZeString trimmed() && { return trimmed_helper_inplace(*this); }
+    CZeString simplified() const& { return simplified_helper(*this); }
+    CZeString simplified() && { return simplified_helper_inplace(*this); }
+    // Case mapping within Latin-1 (A-Z and À-Þ except × to lower case, a-z
+    // and à-þ except ÷ to upper case); other units are left as they are.
+    CZeString toLower() const& { return toLower_helper(*this); }
+    CZeString toLower() && { return toLower_helper_inplace(*this); }
+    CZeString toUpper() const& { return toUpper_helper(*this); }
+    CZeString toUpper() && { return toUpper_helper_inplace(*this); }
+    static CZeString trimmed_helper(const CZeString& str);
+    static CZeString trimmed_helper_inplace(CZeString& str);
+    static CZeString simplified_helper(const CZeString& str);
+    static CZeString simplified_helper_inplace(CZeString& str);
+    static CZeString toLower_helper(const CZeString& str);
+    static CZeString toLower_helper_inplace(CZeString& str);
+    static CZeString toUpper_helper(const CZeString& str);
+    static CZeString toUpper_helper_inplace(CZeString& str);
+
+    // True when no unit belongs to a script that needs bidirectional layout
+    // or complex shaping: nothing in U+0590..U+10FF (Hebrew to Georgian) and
+    // nothing from U+FB10 on (presentation forms and specials).
+    bool isSimpleText() const noexcept;
 
 private:
     SZeArrayData* d;
 
     struct Adopt {};
     CZeString(SZeArrayData* data, Adopt) noexcept : d(data) {} // takes over one reference
+
+    // The first match of the needle at or after `from` (already counted from
+    // the start), or -1; an empty needle matches at `from` while from <= size.
+    int findUnits(int from, const CZeChar* needle, int length, Ze::CaseSensitivity cs) const noexcept;
+    // Rewrites the `count` matches at `indices` (ascending, not overlapping,
+    // each `blen` units long) with the `alen` units of `after`, in one pass.
+    void replace_helper(unsigned int* indices, int count, int blen, const CZeChar* after, int alen);
+
+    template <typename Add>
+    void splitParts(const CZeChar* sep, int sepLength, SplitBehavior behavior,
+                    Ze::CaseSensitivity cs, Add add) const
+    {
+        const int total = size();
+        int start = 0;
+        int searchFrom = 0;
+        int i;
+        while ((i = findUnits(searchFrom, sep, sepLength, cs)) != -1) {
+            if (i > start || behavior == KeepEmptyParts)
+                add(start, i - start);
+            start = i + sepLength;
+            searchFrom = sepLength == 0 ? i + 1 : start;
+        }
+        if (total > start || behavior == KeepEmptyParts)
+            add(start, total - start);
+    }
     static void release(SZeArrayData* data) noexcept
     {
         if (!data->releaseRef())
@@ -403,9 +776,41 @@ private:
     int m_size;
 };
 
+inline std::deque<CZeStringRef> CZeString::splitRef(const CZeString& sep, SplitBehavior behavior,
+                                                   Ze::CaseSensitivity cs) const
+{
+    std::deque<CZeStringRef> parts;
+    splitParts(sep.unicode(), sep.size(), behavior, cs,
+               [&](int pos, int len) { parts.push_back(CZeStringRef(this, pos, len)); });
+    return parts;
+}
+
+inline std::deque<CZeStringRef> CZeString::splitRef(CZeChar sep, SplitBehavior behavior,
+                                                   Ze::CaseSensitivity cs) const
+{
+    std::deque<CZeStringRef> parts;
+    splitParts(&sep, 1, behavior, cs,
+               [&](int pos, int len) { parts.push_back(CZeStringRef(this, pos, len)); });
+    return parts;
+}
+
 // Unit-by-unit equality (ordering and case rules belong to compare()).
 ZE_EXPORT bool operator==(const CZeString& a, const CZeString& b) noexcept;
 inline bool operator!=(const CZeString& a, const CZeString& b) noexcept { return !(a == b); }
+// Case-sensitive order, as compare().
+inline bool operator<(const CZeString& a, const CZeString& b) noexcept { return a.compare(b) < 0; }
+inline bool operator>(const CZeString& a, const CZeString& b) noexcept { return a.compare(b) > 0; }
+inline bool operator<=(const CZeString& a, const CZeString& b) noexcept { return a.compare(b) <= 0; }
+inline bool operator>=(const CZeString& a, const CZeString& b) noexcept { return a.compare(b) >= 0; }
+
+inline bool operator==(const CZeString& a, CZeLatin1String b) noexcept { return a.compare(b) == 0; }
+inline bool operator!=(const CZeString& a, CZeLatin1String b) noexcept { return a.compare(b) != 0; }
+inline bool operator<(const CZeString& a, CZeLatin1String b) noexcept { return a.compare(b) < 0; }
+inline bool operator>(const CZeString& a, CZeLatin1String b) noexcept { return a.compare(b) > 0; }
+inline bool operator==(CZeLatin1String a, const CZeString& b) noexcept { return b.compare(a) == 0; }
+inline bool operator!=(CZeLatin1String a, const CZeString& b) noexcept { return b.compare(a) != 0; }
+inline bool operator<(CZeLatin1String a, const CZeString& b) noexcept { return b.compare(a) > 0; }
+inline bool operator>(CZeLatin1String a, const CZeString& b) noexcept { return b.compare(a) < 0; }
 
 inline const CZeString operator+(const CZeString& a, const CZeString& b)
 {

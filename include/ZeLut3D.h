@@ -31,7 +31,7 @@ typedef struct Lut3DTable Lut3DTable;
 typedef struct Lut3DEffect Lut3DEffect;
 
 /* One frame of the host. Strides are in bytes and may be negative (bottom-up
- * frames) for effects rendering on the caller's thread. */
+ * frames). */
 typedef struct Lut3DFrame {
     uint8_t* lumaPlane;   /* first Y byte of row 0 */
     uint8_t* chromaPlane; /* first byte of interleaved chroma row 0 (UV for NV12, VU for NV21) */

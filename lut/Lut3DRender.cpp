@@ -31,8 +31,7 @@ void renderRows(const Lut3DEffect* effect, const uint8_t* sy, const uint8_t* sc,
         Lut3DKernelRowPair(ops, effect, sy, sy, sc, dy, dy, dc, isNV21);
 }
 
-// Walks the whole frame on the calling thread. Negative strides (bottom-up
-// frames) work here.
+// Walks the whole frame on the calling thread.
 void renderOnCallerThread(const Lut3DEffect* effect)
 {
     const Lut3DFrame* src = effect->source;
@@ -41,17 +40,13 @@ void renderOnCallerThread(const Lut3DEffect* effect)
                static_cast<uint32_t>(effect->height));
 }
 
-// Offset of a band's first row: an unsigned 32-bit product added without
-// sign extension, so a band below row 0 of a frame with a negative stride
-// would land far outside it. The driver refuses such frames for pools.
-uint32_t bandOffset(int32_t stride, uint32_t row)
+// Offset of a band's first row, signed and in 64 bits. For positive strides
+// it equals the unsigned 32-bit product of the plain band arithmetic; unlike
+// that product it stays inside a bottom-up frame (negative strides), so
+// pooled effects render those too.
+ptrdiff_t bandOffset(int32_t stride, uint32_t row)
 {
-    return static_cast<uint32_t>(stride) * row;
-}
-
-bool hasNegativeStride(const Lut3DFrame* f)
-{
-    return f->lumaStride < 0 || f->chromaStride < 0;
+    return static_cast<ptrdiff_t>(stride) * static_cast<ptrdiff_t>(row);
 }
 
 } // namespace
@@ -101,10 +96,6 @@ int32_t Lut3DRender(Lut3DEffect* effect, Lut3DTable* table, Lut3DFrame* source,
     // A negative height would make the row-pair count huge; refuse it before
     // anything of the effect or the frame is touched.
     if (height < 0)
-        return 0;
-    // Bands of a pool address their first row without sign extension, so
-    // bottom-up frames can only be rendered without a pool.
-    if (effect->pool && (hasNegativeStride(source) || hasNegativeStride(destination)))
         return 0;
 
     effect->table = table;

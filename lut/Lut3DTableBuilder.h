@@ -24,7 +24,8 @@ bool Lut3DBuildGrid(Lut3DTable* table, uint32_t n, const uint8_t* entries);
 // cannot be allocated.
 bool Lut3DBuildIndexTable(Lut3DTable* table, const float* levels, uint32_t n);
 
-// A table built in memory (no file data). n must be 1 to 65. Null when an
+// A table built from levels and entries (no file data; the loader attaches
+// its own). n must be 1 to 65. Null when an
 // allocation fails; nothing is leaked then.
 Lut3DTable* Lut3DTableCreate(const float* levels, uint32_t n, const uint8_t* entries);
 

@@ -114,18 +114,14 @@ Lut3DTable* ZecLut3DLoadTableFromFile(const char* path)
         Lut3DFileDataDestroy(file);
         return nullptr;
     }
-    Lut3DTable* table = Lut3DNewRecord<Lut3DTable>();
+    // The builder allocates the record, the grid and the index table in that
+    // order and frees what it got when one of them fails.
+    Lut3DTable* table = Lut3DTableCreate(file->levelValues(), file->levelCount(), file->entries);
     if (!table) {
         Lut3DFileDataDestroy(file);
         return nullptr;
     }
     table->fileData = file;
-    const uint32_t n = file->levelCount();
-    if (!Lut3DBuildGrid(table, n, file->entries) ||
-        !Lut3DBuildIndexTable(table, file->levelValues(), n)) {
-        ZecLut3DDestroyTable(table);
-        return nullptr;
-    }
     return table;
 }
 
@@ -133,11 +129,7 @@ void ZecLut3DDestroyTable(Lut3DTable* table)
 {
     if (!table)
         return;
-    Lut3DAlignedFree(table->indexTable);
-    table->indexTable = nullptr;
-    Lut3DAlignedFree(table->grid);
-    table->grid = nullptr;
-    Lut3DFileDataDestroy(table->fileData);
-    table->fileData = nullptr;
-    Lut3DDeleteRecord(table);
+    Lut3DFileData* file = table->fileData;
+    Lut3DTableFree(table);
+    Lut3DFileDataDestroy(file);
 }

@@ -245,18 +245,17 @@ void latin1NarrowSimd(const unsigned short* in, int length, unsigned char* out)
 
 // ---- The scalar loops ---------------------------------------------------
 
-constexpr unsigned short kReplacement = 0xfffd;
-
 template <int (*AsciiRun)(const unsigned char*, const unsigned char*, unsigned short*)>
-int decodeUtf8(const unsigned char* in, int length, unsigned short* out, bool* replaced)
+int decodeUtf8(const unsigned char* in, int length, unsigned short* out, Utf8Decoding& how)
 {
     const unsigned char* p = in;
     const unsigned char* const end = in + length;
     unsigned short* const outStart = out;
-    bool anyReplaced = false;
+    const unsigned short replacement = how.replacement;
+    int invalid = 0;
 
     // A byte-order mark is skipped only before anything else was read.
-    if (length >= 3 && p[0] == 0xef && p[1] == 0xbb && p[2] == 0xbf)
+    if (how.skipByteOrderMark && length >= 3 && p[0] == 0xef && p[1] == 0xbb && p[2] == 0xbf)
         p += 3;
 
     while (p < end) {
@@ -298,20 +297,27 @@ int decodeUtf8(const unsigned char* in, int length, unsigned short* out, bool* r
             value = 0;
         }
 
-        bool valid = needed > 0 && end - p > needed;
-        for (int i = 1; valid && i <= needed; ++i) {
+        const int present = end - p > needed ? needed : int(end - p) - 1;
+        bool valid = needed > 0;
+        for (int i = 1; valid && i <= present; ++i) {
             const unsigned int next = p[i];
             if ((next & 0xc0) != 0x80)
                 valid = false;
             value = (value << 6) | (next & 0x3f);
+        }
+        if (valid && present < needed) {
+            // Cut off by the end of the input with every byte fine so far.
+            if (how.keepIncompleteTail)
+                break;
+            valid = false;
         }
         if (valid && (value < minimum || value > 0x10ffff || (value >= 0xd800 && value <= 0xdfff)))
             valid = false;
 
         if (!valid) {
             // Only the lead byte is consumed; what follows is decoded afresh.
-            *out++ = kReplacement;
-            anyReplaced = true;
+            *out++ = replacement;
+            ++invalid;
             ++p;
             continue;
         }
@@ -323,8 +329,8 @@ int decodeUtf8(const unsigned char* in, int length, unsigned short* out, bool* r
             *out++ = static_cast<unsigned short>(value);
         }
     }
-    if (replaced)
-        *replaced = anyReplaced;
+    how.invalid = invalid;
+    how.consumed = int(p - in);
     return int(out - outStart);
 }
 
@@ -446,21 +452,31 @@ Path bestPath()
     return PathSimd;
 }
 
-int utf8ToUtf16(const unsigned char* in, int length, unsigned short* out, bool* replaced, Path path)
+int utf8ToUtf16(const unsigned char* in, int length, unsigned short* out, Utf8Decoding& how,
+                Path path)
 {
     if (length <= 0) {
-        if (replaced)
-            *replaced = false;
+        how.invalid = 0;
+        how.consumed = 0;
         return 0;
     }
     switch (path) {
     case PathUnit:
-        return decodeUtf8<asciiRunNone>(in, length, out, replaced);
+        return decodeUtf8<asciiRunNone>(in, length, out, how);
     case PathWord:
-        return decodeUtf8<asciiRunWord>(in, length, out, replaced);
+        return decodeUtf8<asciiRunWord>(in, length, out, how);
     default:
-        return decodeUtf8<asciiRunSimd>(in, length, out, replaced);
+        return decodeUtf8<asciiRunSimd>(in, length, out, how);
     }
+}
+
+int utf8ToUtf16(const unsigned char* in, int length, unsigned short* out, bool* replaced, Path path)
+{
+    Utf8Decoding how;
+    const int written = utf8ToUtf16(in, length, out, how, path);
+    if (replaced)
+        *replaced = how.invalid != 0;
+    return written;
 }
 
 int utf16ToUtf8(const unsigned short* in, int length, unsigned char* out, Path path)

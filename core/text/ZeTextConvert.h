@@ -28,6 +28,21 @@ Path bestPath();
 int utf8ToUtf16(const unsigned char* in, int length, unsigned short* out, bool* replaced,
                 Path path);
 
+// The same decoder with its options and results spelled out, for decoders
+// that carry state from one input to the next.
+struct Utf8Decoding {
+    unsigned short replacement = 0xfffd; // written for each rejected byte
+    bool skipByteOrderMark = true;       // drop EF BB BF at the very start of `in`
+    // Stop in front of a sequence that the end of the input cuts off while its
+    // bytes are fine so far, instead of rejecting its lead byte.
+    bool keepIncompleteTail = false;
+
+    int invalid = 0;  // out: rejected bytes (one replacement unit each)
+    int consumed = 0; // out: bytes decoded; less than `length` only for a kept tail
+};
+int utf8ToUtf16(const unsigned char* in, int length, unsigned short* out, Utf8Decoding& how,
+                Path path);
+
 // UTF-16 to UTF-8. `out` has room for 3 * `length` bytes. Unpaired surrogates
 // become '?'. Returns the number of bytes written.
 int utf16ToUtf8(const unsigned short* in, int length, unsigned char* out, Path path);

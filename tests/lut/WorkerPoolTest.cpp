@@ -307,15 +307,25 @@ TEST(Lut3DEffectPool, RefusalsTouchNothing)
     EXPECT_EQ(ZecLut3DRenderEffect(pooled.get(), table.get(), &d, &d, 2, 0, 0, 16, 6, 0), 0);
     EXPECT_TRUE(capture.contains("We only support NV12 and NV21 pixel format right now!"));
     EXPECT_EQ(ZecLut3DRenderEffect(pooled.get(), table.get(), &d, &d, 0, 0, 0, 16, -6, 0), 0);
-    // Bottom-up frames need sign-extended row offsets: only without a pool.
-    Lut3DFrame up = f.descriptorBottomUp();
-    EXPECT_EQ(ZecLut3DRenderEffect(pooled.get(), table.get(), &up, &up, 0, 0, 0, 16, 6, 0), 0);
     EXPECT_EQ(f.pixels(), before);
     EXPECT_EQ(pooled->table, nullptr); // nothing recorded in the effect either
+}
 
-    EffectPtr single(ZecLut3DCreateEffect(1));
-    EXPECT_EQ(ZecLut3DRenderEffect(single.get(), table.get(), &up, &up, 0, 0, 0, 16, 6, 0), 1);
-    EXPECT_NE(f.pixels(), before);
+TEST(Lut3DEffectPool, BottomUpFramesMatchTheCallerThreadRender)
+{
+    TablePtr table = makeTable(uniformLevels(9), 6);
+    for (uint32_t height : {1u, 7u, 30u}) {
+        TestFrame pooledFrame(23, height, 3);
+        pooledFrame.fillRandom(height);
+        TestFrame singleFrame = pooledFrame;
+        EffectPtr pooled(ZecLut3DCreateEffect(4));
+        EffectPtr single(ZecLut3DCreateEffect(1));
+        Lut3DFrame p = pooledFrame.descriptorBottomUp(), s = singleFrame.descriptorBottomUp();
+        ASSERT_EQ(ZecLut3DRenderEffect(pooled.get(), table.get(), &p, &p, 1, 0, 1, 23, height, 0), 1);
+        ASSERT_EQ(ZecLut3DRenderEffect(single.get(), table.get(), &s, &s, 1, 0, 1, 23, height, 0), 1);
+        EXPECT_EQ(pooledFrame.pixels(), singleFrame.pixels()) << height;
+        EXPECT_TRUE(pooledFrame.paddingIntact());
+    }
 }
 
 TEST(Lut3DEffectPool, ManyCreateRenderDestroyCycles)

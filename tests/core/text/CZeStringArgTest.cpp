@@ -1,9 +1,14 @@
-// CZeString::arg with a text argument: which placeholders a call replaces,
-// field widths, and the template without placeholders.
+// CZeString numbers: parsing with its white-space and ok rules, narrowing,
+// integer text in every base, and placeholder substitution with arg().
 #include <gtest/gtest.h>
 
+#include <cfloat>
+#include <climits>
+#include <cmath>
 #include <string>
+#include <vector>
 
+#include "CZeDebugLog.h"
 #include "CZeString.h"
 #include "support/MessageCapture.h"
 
@@ -14,56 +19,302 @@ CZeString L1(const char* text)
     return CZeString::fromLatin1(text);
 }
 
-std::string utf8(const CZeString& s)
+CZeString U16(const char16_t* text)
 {
-    const CZeByteArray b = s.toUtf8();
+    return CZeString::fromUtf16(text);
+}
+
+std::string latin(const CZeString& s)
+{
+    const CZeByteArray b = s.toLatin1();
     return std::string(b.constData(), size_t(b.size()));
 }
 
-TEST(CZeStringArg, ReplacesOnlyTheLowestNumber)
+// ---- Parsing -----------------------------------------------------------------
+
+TEST(CZeStringParse, SignedIntegers)
 {
-    EXPECT_EQ(utf8(L1("%1 and %1").arg(L1("x"))), "x and x");
-    EXPECT_EQ(utf8(L1("%2 %1").arg(L1("a"))), "%2 a");
-    EXPECT_EQ(utf8(L1("%10%1").arg(L1("a"))), "%10a");
-    EXPECT_EQ(utf8(L1("%100").arg(L1("a"))), "a0");
-    EXPECT_EQ(utf8(L1("%1%0").arg(L1("z"))), "%1z");
-    EXPECT_EQ(utf8(L1("%1(%2).log").arg(L1("corvidsdklog")).arg(L1("2024-05-01"))),
-              "corvidsdklog(2024-05-01).log");
-    // '%' without a digit, also at the very end, is text.
-    EXPECT_EQ(utf8(L1("100% %x %1 %").arg(L1("y"))), "100% %x y %");
-    // The argument becomes template text: the next call sees its placeholders.
-    EXPECT_EQ(utf8(L1("%1 %2").arg(L1("%2")).arg(L1("b"))), "b b");
+    bool ok = false;
+    EXPECT_EQ(L1(" 42 ").toInt(&ok), 42);
+    EXPECT_TRUE(ok);
+    EXPECT_EQ(L1("42x").toInt(&ok), 0);
+    EXPECT_FALSE(ok);
+    ok = true;
+    EXPECT_EQ(L1("").toInt(&ok), 0);
+    EXPECT_FALSE(ok);
+    ok = true;
+    EXPECT_EQ(CZeString().toInt(&ok), 0);
+    EXPECT_FALSE(ok);
+    EXPECT_EQ(L1("0x1F").toInt(&ok, 0), 31);
+    EXPECT_TRUE(ok);
+    EXPECT_EQ(L1("017").toInt(&ok, 0), 15);
+    EXPECT_EQ(L1("ff").toInt(&ok, 16), 255);
+    EXPECT_EQ(L1("zz").toInt(&ok, 36), 1295);
+    EXPECT_EQ(L1("-101").toInt(&ok, 2), -5);
+    EXPECT_TRUE(ok);
+    EXPECT_EQ(L1("+7").toInt(&ok), 7);
+    EXPECT_TRUE(ok);
+
+    // Nothing but a sign, or a digit the base does not know, is no number.
+    for (const char* bad : { "-", "+", " ", "x", "0x", "9", "1 2", "4 2" }) {
+        ok = true;
+        EXPECT_EQ(L1(bad).toInt(&ok, bad[0] == '9' ? 8 : 10), 0) << bad;
+        EXPECT_FALSE(ok) << bad;
+    }
+    // Bases the C library does not take fail instead of reaching it.
+    for (int base : { 1, -2, 37, 100 }) {
+        ok = true;
+        EXPECT_EQ(L1("1").toLongLong(&ok, base), 0);
+        EXPECT_FALSE(ok) << base;
+    }
+    EXPECT_EQ(L1("12").toInt(nullptr), 12); // ok may be left out
 }
 
-TEST(CZeStringArg, TheLFormIsOnlySeenWhileReplacing)
+TEST(CZeStringParse, WhiteSpaceClasses)
 {
-    // Counting sees one %1; replacing takes the %L1 first and keeps the %1.
-    EXPECT_EQ(utf8(L1("%L1 %1").arg(L1("v"))), "v %1");
-    EXPECT_EQ(utf8(L1("%L2 %1").arg(L1("v"))), "%L2 v");
+    bool ok = false;
+    EXPECT_EQ(L1("\t\n\v\f\r 42\t\n\v\f\r ").toInt(&ok), 42);
+    EXPECT_TRUE(ok);
+    EXPECT_EQ(L1("\xa0\x85"
+                 "42\xa0\x85")
+                  .toInt(&ok),
+        42); // no-break space and next line
+    EXPECT_TRUE(ok);
+    // Other units are not white space: an em space (above Latin-1) reads as
+    // '?', a 0 unit ends nothing, a Latin-1 letter is a letter.
+    for (const char16_t* bad : { u"\u200342", u"42\u2003", u"\u00e942" }) {
+        ok = true;
+        EXPECT_EQ(U16(bad).toInt(&ok), 0);
+        EXPECT_FALSE(ok);
+    }
+    const char16_t embedded[] = { u'4', u'2', 0, u'1' };
+    ok = true;
+    EXPECT_EQ(CZeString(reinterpret_cast<const CZeChar*>(embedded), 4).toInt(&ok), 0);
+    EXPECT_FALSE(ok);
+    ok = true;
+    EXPECT_EQ(U16(u"\u0142").toInt(&ok), 0); // a unit whose low byte is '2'
+    EXPECT_FALSE(ok);
+}
+
+TEST(CZeStringParse, RangesAndNarrowing)
+{
+    bool ok = false;
+    EXPECT_EQ(L1("3000000000").toInt(&ok), 0);
+    EXPECT_FALSE(ok);
+    EXPECT_EQ(L1("3000000000").toLongLong(&ok), 3000000000LL);
+    EXPECT_TRUE(ok);
+    EXPECT_EQ(L1("3000000000").toUInt(&ok), 3000000000u);
+    EXPECT_TRUE(ok);
+
+    EXPECT_EQ(L1("9223372036854775807").toLongLong(&ok), LLONG_MAX);
+    EXPECT_TRUE(ok);
+    EXPECT_EQ(L1("-9223372036854775808").toLongLong(&ok), LLONG_MIN);
+    EXPECT_TRUE(ok);
+    EXPECT_EQ(L1("9223372036854775808").toLongLong(&ok), 0);
+    EXPECT_FALSE(ok);
+    EXPECT_EQ(L1("-9223372036854775809").toLong(&ok), 0);
+    EXPECT_FALSE(ok);
+
+    EXPECT_EQ(L1("-32768").toShort(&ok), SHRT_MIN);
+    EXPECT_TRUE(ok);
+    EXPECT_EQ(L1("32768").toShort(&ok), 0);
+    EXPECT_FALSE(ok);
+    EXPECT_EQ(L1("-2147483648").toInt(&ok), INT_MIN);
+    EXPECT_TRUE(ok);
+    EXPECT_EQ(L1("-2147483649").toInt(&ok), 0);
+    EXPECT_FALSE(ok);
+    EXPECT_EQ(L1("65535").toUShort(&ok), 65535);
+    EXPECT_TRUE(ok);
+    EXPECT_EQ(L1("65536").toUShort(&ok), 0);
+    EXPECT_FALSE(ok);
+    EXPECT_EQ(L1("4294967296").toUInt(&ok), 0u);
+    EXPECT_FALSE(ok);
+
+    EXPECT_EQ(L1("18446744073709551615").toULongLong(&ok), ULLONG_MAX);
+    EXPECT_TRUE(ok);
+    EXPECT_EQ(L1("18446744073709551616").toULongLong(&ok), 0u);
+    EXPECT_FALSE(ok);
+    EXPECT_EQ(L1("ffffffffffffffff").toULong(&ok, 16), ULONG_MAX);
+    EXPECT_TRUE(ok);
+    // A minus sign is refused by the unsigned forms, not wrapped around.
+    for (const char* negative : { "-1", " -0", "-18446744073709551615" }) {
+        ok = true;
+        EXPECT_EQ(L1(negative).toULongLong(&ok), 0u) << negative;
+        EXPECT_FALSE(ok) << negative;
+    }
+}
+
+TEST(CZeStringParse, Helpers)
+{
+    const CZeString text = L1(" -12 ");
+    bool ok = false;
+    EXPECT_EQ(CZeString::toIntegral_helper(text.unicode(), text.size(), &ok, 10), -12);
+    EXPECT_TRUE(ok);
+    EXPECT_EQ(CZeString::toIntegral_helper(text.unicode(), unsigned(text.size()), &ok, 10), 0u);
+    EXPECT_FALSE(ok);
+    EXPECT_EQ(CZeString::toIntegral_helper(text.unicode(), 3, &ok, 10), -1); // " -1"
+    EXPECT_EQ(CZeString::toIntegral_helper(nullptr, 5, &ok, 10), 0);
+    EXPECT_FALSE(ok);
+}
+
+TEST(CZeStringParse, Doubles)
+{
+    bool ok = false;
+    EXPECT_EQ(L1("  2.5 ").toDouble(&ok), 2.5);
+    EXPECT_TRUE(ok);
+    EXPECT_EQ(L1("-1e3").toDouble(&ok), -1000.0);
+    EXPECT_EQ(L1("0x1p4").toDouble(&ok), 16.0);
+    EXPECT_TRUE(ok);
+    EXPECT_TRUE(std::isinf(L1("inf").toDouble(&ok)));
+    EXPECT_TRUE(ok);
+    const double tiny = L1("1e-310").toDouble(&ok); // subnormal: kept
+    EXPECT_TRUE(ok);
+    EXPECT_GT(tiny, 0.0);
+    EXPECT_LT(tiny, DBL_MIN);
+
+    for (const char* bad : { "", "abc", "2.5x", "1e999", "-1e999", ".", "2,5" }) {
+        ok = true;
+        EXPECT_EQ(L1(bad).toDouble(&ok), 0.0) << bad;
+        EXPECT_FALSE(ok) << bad;
+    }
+
+    EXPECT_EQ(L1("1.5").toFloat(&ok), 1.5f);
+    EXPECT_TRUE(ok);
+    EXPECT_EQ(L1("1e39").toFloat(&ok), 0.0f);
+    EXPECT_FALSE(ok);
+    EXPECT_TRUE(std::isinf(L1("-inf").toFloat(&ok)));
+    EXPECT_TRUE(ok);
+}
+
+// ---- Integer text ------------------------------------------------------------
+
+TEST(CZeStringNumberText, BasesAndTwosComplement)
+{
+    EXPECT_EQ(latin(CZeString::number(-1, 16)), "ffffffffffffffff");
+    EXPECT_EQ(latin(CZeString::number(-255, 10)), "-255");
+    EXPECT_EQ(latin(CZeString::number(255, 16)), "ff");
+    EXPECT_EQ(latin(CZeString::number(-2L, 2)), std::string(63, '1') + "0");
+    EXPECT_EQ(latin(CZeString::number(LONG_MIN, 16)), "8000000000000000");
+    EXPECT_EQ(latin(CZeString::number(0u, 36)), "0");
+    CZeString s;
+    EXPECT_EQ(latin(s.setNum(-1L, 8)), "1777777777777777777777");
+    EXPECT_EQ(latin(s.setNum(4294967295ul, 16)), "ffffffff");
+}
+
+// ---- arg --------------------------------------------------------------------
+
+TEST(CZeStringArg, LowestPlaceholderOnly)
+{
+    EXPECT_EQ(latin(L1("%1 and %1").arg(L1("x"))), "x and x");
+    EXPECT_EQ(latin(L1("%2 %1").arg(L1("a"))), "%2 a");
+    EXPECT_EQ(latin(L1("%10%1").arg(L1("a"))), "%10a");
+    EXPECT_EQ(latin(L1("%100").arg(L1("a"))), "a0"); // two digits at most
+    EXPECT_EQ(latin(L1("%1%0").arg(L1("z"))), "%1z");
+    EXPECT_EQ(latin(L1("%2 %1 %2").arg(L1("a")).arg(L1("b"))), "b a b");
+    EXPECT_EQ(latin(L1("%01-%1").arg(L1("q"))), "q-q"); // %01 is number 1
+    EXPECT_EQ(latin(L1("%99%98").arg(L1("a"))), "%99a");
+
+    // '%' not followed by a digit is text; a '%' at the very end too.
+    EXPECT_EQ(latin(L1("100%% %x %1%").arg(L1("v"))), "100%% %x v%");
+    EXPECT_EQ(latin(L1("%%1").arg(L1("v"))), "%v");
+
+    const CZeString templ = L1("<%1>");
+    const CZeString filled = templ.arg(L1("t"));
+    EXPECT_EQ(latin(templ), "<%1>"); // the template is left alone
+    EXPECT_EQ(latin(filled), "<t>");
+    EXPECT_EQ(filled.unicode()[filled.size()].unicode(), 0);
+
+    // Empty and null arguments remove the placeholder.
+    EXPECT_EQ(latin(L1("[%1]").arg(CZeString())), "[]");
+    EXPECT_EQ(latin(L1("[%1]").arg(L1(""))), "[]");
+    // The argument may be the template itself.
+    EXPECT_EQ(latin(templ.arg(templ)), "<<%1>>");
+}
+
+TEST(CZeStringArg, LocaleMarkerOnlyKnownWhileReplacing)
+{
+    // Counting skips %L1, so the count of one is used up by the %L1.
+    EXPECT_EQ(latin(L1("%L1 %1").arg(L1("x"))), "x %1");
+    EXPECT_EQ(latin(L1("%1 %L1").arg(L1("x"))), "x %L1");
+    EXPECT_EQ(latin(L1("%L1 %1").arg(L1("x"), 4, CZeChar('_'))), "___x %1");
+    EXPECT_EQ(latin(L1("%L2 %1 %2").arg(L1("a"))), "%L2 a %2");
+    EXPECT_EQ(latin(L1("%L5 %05 %5").arg(L1("y"))), "y y %5");
+    // With no plain placeholder at all the template counts as empty.
+    MessageCapture capture;
+    EXPECT_EQ(latin(L1("%L1").arg(L1("x"))), "%L1");
+    EXPECT_EQ(capture.count(), 1u);
+    EXPECT_EQ(latin(L1("%Lx %L %1%L").arg(L1("v"))), "%Lx %L v%L");
 }
 
 TEST(CZeStringArg, FieldWidthAndFill)
 {
-    EXPECT_EQ(utf8(L1("%1").arg(L1("ab"), 5, CZeChar('*'))), "***ab");
-    EXPECT_EQ(utf8(L1("%1").arg(L1("ab"), -5, CZeChar('*'))), "ab***");
-    EXPECT_EQ(utf8(L1("[%1|%1]").arg(L1("ab"), 3)), "[ ab| ab]");
-    EXPECT_EQ(utf8(L1("%1").arg(L1("abcdef"), 3)), "abcdef");
-    EXPECT_EQ(utf8(L1("%1").arg(L1("ab"), 0, CZeChar('*'))), "ab");
-    EXPECT_EQ(utf8(L1("%1").arg(CZeString::fromUtf8("\xc3\xa9t\xc3\xa9"), 4, CZeChar(0x2022))),
-              "\xe2\x80\xa2\xc3\xa9t\xc3\xa9");
+    EXPECT_EQ(latin(L1("%1").arg(L1("ab"), 5, CZeChar('*'))), "***ab");
+    EXPECT_EQ(latin(L1("%1").arg(L1("ab"), -5, CZeChar('*'))), "ab***");
+    EXPECT_EQ(latin(L1("%1").arg(L1("abcdef"), 3, CZeChar('*'))), "abcdef"); // never cut
+    EXPECT_EQ(latin(L1("%1|%1").arg(L1("ab"), 4)), "  ab|  ab");
+    EXPECT_EQ(latin(L1("%1").arg(CZeChar(u'c'), -3, CZeChar('.'))), "c..");
+    EXPECT_EQ(latin(L1("%1").arg('\xe9')), "\xe9"); // a char is Latin-1
+
+    // A width that cannot be allocated gives a null string, not a crash.
+    EXPECT_TRUE(L1("%1").arg(L1("x"), INT_MIN).isNull());
+    EXPECT_TRUE(L1("%1%1%1").arg(L1("x"), 0x40000000).isNull());
 }
 
-TEST(CZeStringArg, TemplateWithoutPlaceholderIsKeptAndReported)
+TEST(CZeStringArg, Integers)
+{
+    EXPECT_EQ(latin(L1("%1").arg(-5, 4, 10, CZeChar('0'))), "-005");
+    EXPECT_EQ(latin(L1("%1").arg(-5, -4, 10, CZeChar('0'))), "-500");
+    EXPECT_EQ(latin(L1("%1").arg(-5, 4)), "  -5");
+    EXPECT_EQ(latin(L1("%1").arg(5, 4, 10, CZeChar('0'))), "0005");
+    EXPECT_EQ(latin(L1("%1").arg(255, 0, 16)), "ff");
+    EXPECT_EQ(latin(L1("%1").arg(-1L, 0, 16)), "ffffffffffffffff");
+    // The zeros go after the first unit for every negative number, also in a
+    // base that writes no sign.
+    EXPECT_EQ(latin(L1("%1").arg(-1L, 20, 16, CZeChar('0'))), "f0000" + std::string(15, 'f'));
+    EXPECT_EQ(latin(L1("%1").arg(4294967295u, 12, 16, CZeChar('0'))), "0000ffffffff");
+    EXPECT_EQ(latin(L1("%1").arg(ULLONG_MAX)), "18446744073709551615");
+    EXPECT_EQ(latin(L1("%1").arg(LLONG_MIN)), "-9223372036854775808");
+    EXPECT_EQ(latin(L1("%1(%2).log").arg(L1("2024-05-01")).arg(3)), "2024-05-01(3).log");
+}
+
+TEST(CZeStringArg, Doubles)
+{
+    EXPECT_EQ(latin(L1("%1").arg(2.5)), "2.5");
+    EXPECT_EQ(latin(L1("%1").arg(1.0 / 3.0, 0, 'f', 2)), "0.33");
+    EXPECT_EQ(latin(L1("%1").arg(-5.5, 6, 'g', -1, CZeChar('0'))), "-005.5");
+    EXPECT_EQ(latin(L1("%1").arg(5.5, 6, 'g', -1, CZeChar('0'))), "0005.5");
+    EXPECT_EQ(latin(L1("%1").arg(1234.5, 0, 'e', 2)), "1.23e+03");
+    // A format character that printf would read as something else acts as 'g'.
+    EXPECT_EQ(latin(L1("%1").arg(2.5, 0, 's', -1)), "2.5");
+    EXPECT_EQ(latin(L1("%1").arg(2.5, 0, 'n', -1)), "2.5");
+}
+
+TEST(CZeStringArg, MissingPlaceholderWarnings)
 {
     MessageCapture capture;
-    const CZeString templ = L1("no placeholder");
-    const CZeString result = templ.arg(CZeString::fromUtf8("\xc3\xa9"));
-    EXPECT_EQ(utf8(result), "no placeholder");
-    EXPECT_TRUE(result.isSharedWith(templ));
-    const auto messages = capture.messages();
-    ASSERT_EQ(messages.size(), 1u);
-    EXPECT_EQ(messages[0].priority, 5);
-    EXPECT_EQ(messages[0].text, "CZeString::arg: Argument missing: no placeholder, \xc3\xa9");
+    EXPECT_EQ(latin(L1("no place").arg(L1("x"))), "no place");
+    EXPECT_EQ(latin(L1("abc").arg(42)), "abc");
+    EXPECT_EQ(latin(L1("abc").arg(7u)), "abc");
+    EXPECT_EQ(latin(L1("t").arg(-3L, 0, 16)), "t"); // the number is streamed in decimal
+    EXPECT_EQ(latin(U16(u"\u00e9").arg(CZeChar(0x20ac))), "\xe9");
+    EXPECT_EQ(latin(L1("d").arg(2.5)), "d");
+    const std::vector<CapturedMessage> m = capture.messages();
+    ASSERT_EQ(m.size(), 6u);
+    EXPECT_EQ(m[0].text, "CZeString::arg: Argument missing: no place, x");
+    EXPECT_EQ(m[0].priority, 5);
+    EXPECT_EQ(m[0].tag, "tavren");
+    EXPECT_EQ(m[1].text, "CZeString::arg: Argument missing:abc,42");
+    EXPECT_EQ(m[2].text, "CZeString::arg: Argument missing:abc,7");
+    EXPECT_EQ(m[3].text, "CZeString::arg: Argument missing:t,-3");
+    EXPECT_EQ(m[4].text, "CZeString::arg: Argument missing: \xc3\xa9, \xe2\x82\xac");
+    EXPECT_EQ(m[5].text, "CZeString::arg: Argument missing: d, 2.5");
+
+    // Below the warning level nothing is emitted.
+    capture.clear();
+    CZeDebugLog::SetDebugLevel(CZeDebugLog::DebugLevelError);
+    L1("none").arg(L1("x"));
+    L1("none").arg(1);
+    EXPECT_EQ(capture.count(), 0u);
 }
 
 } // namespace

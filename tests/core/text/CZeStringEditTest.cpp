@@ -1,0 +1,428 @@
+// CZeString editing by content: split, sections, sub-strings and views,
+// justification, replacement, removal, repetition, trimming and case.
+#include <gtest/gtest.h>
+
+#include <climits>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "CZeString.h"
+
+namespace {
+
+CZeString L1(const char* text)
+{
+    return CZeString::fromLatin1(text);
+}
+
+CZeString U16(const char16_t* text)
+{
+    return CZeString::fromUtf16(text);
+}
+
+std::string latin(const CZeString& s)
+{
+    const CZeByteArray b = s.toLatin1();
+    return std::string(b.constData(), size_t(b.size()));
+}
+
+std::u16string u16(const CZeString& s)
+{
+    return std::u16string(reinterpret_cast<const char16_t*>(s.unicode()), size_t(s.size()));
+}
+
+template <typename Parts> std::vector<std::string> texts(const Parts& parts)
+{
+    std::vector<std::string> result;
+    for (const auto& p : parts) {
+        const CZeString s = CZeString(p.unicode(), p.size());
+        result.push_back(latin(s));
+    }
+    return result;
+}
+
+using Texts = std::vector<std::string>;
+constexpr Ze::CaseSensitivity CI = Ze::CaseInsensitive;
+constexpr CZeString::SplitBehavior Skip = CZeString::SkipEmptyParts;
+
+// ---- Split -----------------------------------------------------------------------
+
+TEST(CZeStringSplit, EmptyPartsKeptOrSkipped)
+{
+    EXPECT_EQ(texts(L1("a,,b").split(CZeChar(','))), (Texts { "a", "", "b" }));
+    EXPECT_EQ(texts(L1("a,,b").split(CZeChar(','), Skip)), (Texts { "a", "b" }));
+    EXPECT_EQ(texts(L1("a,").split(L1(","))), (Texts { "a", "" }));
+    EXPECT_EQ(texts(L1("a,").split(L1(","), Skip)), (Texts { "a" }));
+    EXPECT_EQ(texts(L1("").split(L1(","))), (Texts { "" }));
+    EXPECT_TRUE(L1("").split(L1(","), Skip).empty());
+    EXPECT_EQ(texts(L1(",a").split(CZeChar(','))), (Texts { "", "a" }));
+    // Any non-zero behaviour skips.
+    EXPECT_EQ(
+        texts(L1("a,,b").split(CZeChar(','), CZeString::SplitBehavior(7))), (Texts { "a", "b" }));
+
+    // Parts are never null; a string without separator is one shared part.
+    const CZeString whole = L1("abc");
+    const std::deque<CZeString> one = whole.split(L1(";"));
+    ASSERT_EQ(one.size(), 1u);
+    EXPECT_TRUE(one[0].isSharedWith(whole));
+    EXPECT_FALSE(L1("a,,b").split(CZeChar(','))[1].isNull());
+    EXPECT_FALSE(CZeString().split(CZeChar(','))[0].isNull());
+}
+
+TEST(CZeStringSplit, SeparatorsOfEveryKind)
+{
+    EXPECT_EQ(texts(L1("a--b---c").split(L1("--"))), (Texts { "a", "b", "-c" }));
+    EXPECT_EQ(texts(L1("1x2X3").split(CZeChar('x'), CZeString::KeepEmptyParts, CI)),
+        (Texts { "1", "2", "3" }));
+    EXPECT_EQ(texts(L1("1andX2ANDx3").split(L1("AND"), CZeString::KeepEmptyParts, CI)),
+        (Texts { "1", "X2", "x3" }));
+    // An empty separator splits between all units, with an empty part at each end.
+    EXPECT_EQ(texts(L1("abc").split(CZeString())), (Texts { "", "a", "b", "c", "" }));
+    EXPECT_EQ(texts(L1("abc").split(L1(""), Skip)), (Texts { "a", "b", "c" }));
+    EXPECT_EQ(texts(L1("").split(L1(""))), (Texts { "", "" }));
+}
+
+TEST(CZeStringSplit, RefsViewTheString)
+{
+    const CZeString s = L1("key = value = more");
+    const std::deque<CZeStringRef> parts = s.splitRef(L1(" = "));
+    ASSERT_EQ(parts.size(), 3u);
+    EXPECT_EQ(parts[1].string(), &s);
+    EXPECT_EQ(parts[1].position(), 6);
+    EXPECT_EQ(parts[1].size(), 5);
+    EXPECT_EQ(texts(parts), (Texts { "key", "value", "more" }));
+    EXPECT_EQ(texts(L1(",x,").splitRef(CZeChar(','), Skip)), (Texts { "x" }));
+    EXPECT_EQ(texts(L1("a,,b").splitRef(CZeChar(','))), (Texts { "a", "", "b" }));
+}
+
+TEST(CZeStringSplit, AgreesWithAPlainSplit)
+{
+    std::mt19937 rng(9);
+    for (int round = 0; round < 2000; ++round) {
+        std::string text, sep;
+        for (int i = int(rng() % 10); i > 0; --i)
+            text += "ab,"[rng() % 3];
+        for (int i = 1 + int(rng() % 2); i > 0; --i)
+            sep += "ab,"[rng() % 3];
+        Texts expected;
+        size_t start = 0, hit;
+        while ((hit = text.find(sep, start)) != std::string::npos) {
+            expected.push_back(text.substr(start, hit - start));
+            start = hit + sep.size();
+        }
+        expected.push_back(text.substr(start));
+        EXPECT_EQ(texts(L1(text.c_str()).split(L1(sep.c_str()))), expected) << text << " / " << sep;
+    }
+}
+
+// ---- Sections ------------------------------------------------------------------------
+
+TEST(CZeStringSection, RangesAndFlags)
+{
+    const CZeString path = L1("/usr/local/lib/libze.so");
+    EXPECT_EQ(latin(path.section(CZeChar('/'), 1, 1)), "usr");
+    EXPECT_EQ(latin(path.section(CZeChar('/'), 1)), "usr/local/lib/libze.so"); // to the last
+    EXPECT_EQ(latin(path.section(CZeChar('/'), 2, 3)), "local/lib");
+    EXPECT_EQ(latin(path.section(CZeChar('/'), -1)), "libze.so");
+    EXPECT_EQ(latin(path.section(CZeChar('/'), -2, -1)), "lib/libze.so");
+    EXPECT_EQ(latin(path.section(CZeChar('/'), 0, 1)), "/usr");
+    EXPECT_EQ(latin(path.section(CZeChar('/'), 2, 100)), "local/lib/libze.so");
+    EXPECT_TRUE(path.section(CZeChar('/'), 3, 2).isNull());
+    EXPECT_TRUE(path.section(CZeChar('/'), 9).isNull());
+    EXPECT_TRUE(path.section(CZeChar('/'), 0, 0).isEmpty()); // the empty first section
+    EXPECT_FALSE(path.section(CZeChar('/'), 0, 0).isNull());
+
+    const int lead = CZeString::SectionIncludeLeadingSep;
+    const int trail = CZeString::SectionIncludeTrailingSep;
+    EXPECT_EQ(latin(path.section(CZeChar('/'), 2, 2, lead)), "/local");
+    EXPECT_EQ(latin(path.section(CZeChar('/'), 2, 2, trail)), "local/");
+    EXPECT_EQ(latin(path.section(CZeChar('/'), -1, -1, trail)), "libze.so"); // nothing after
+    EXPECT_EQ(latin(path.section(CZeChar('/'), 0, 0, lead)), ""); // nothing before
+
+    // Skipping empty sections renumbers them; the text between is kept as it stands.
+    const CZeString fields = L1(",,a,,b,c,");
+    const int skip = CZeString::SectionSkipEmpty;
+    EXPECT_EQ(latin(fields.section(CZeChar(','), 0, 0, skip)), "a");
+    EXPECT_EQ(latin(fields.section(CZeChar(','), 1, 1, skip)), "b");
+    EXPECT_EQ(latin(fields.section(CZeChar(','), 0, 1, skip)), "a,,b");
+    EXPECT_EQ(latin(fields.section(CZeChar(','), -1, -1, skip)), "c");
+    EXPECT_EQ(latin(fields.section(CZeChar(','), -1, -1, skip | lead | trail)), ",c,");
+    EXPECT_EQ(latin(fields.section(CZeChar(','), -1)), "");
+
+    // Separators of several units, matched with or without case.
+    const CZeString words = L1("oneANDtwoandthree");
+    EXPECT_EQ(latin(words.section(L1("and"), 1)), "three");
+    EXPECT_EQ(latin(words.section(L1("and"), 1, 1, CZeString::SectionCaseInsensitiveSeps)), "two");
+    EXPECT_EQ(
+        latin(words.section(L1("and"), 1, 1, CZeString::SectionCaseInsensitiveSeps | lead | trail)),
+        "ANDtwoand"); // the separators as they stand in the text
+    EXPECT_TRUE(CZeString().section(CZeChar(','), 0).isNull());
+}
+
+// ---- Sub-strings and views -------------------------------------------------------------
+
+TEST(CZeStringSubstrings, LeftRightMid)
+{
+    const CZeString s = L1("abcdef");
+    EXPECT_EQ(latin(s.left(2)), "ab");
+    EXPECT_TRUE(s.left(6).isSharedWith(s));
+    EXPECT_TRUE(s.left(-1).isSharedWith(s));
+    EXPECT_TRUE(s.left(0).isEmpty());
+    EXPECT_FALSE(s.left(0).isNull());
+    EXPECT_EQ(latin(s.right(2)), "ef");
+    EXPECT_TRUE(s.right(100).isSharedWith(s));
+    EXPECT_EQ(latin(s.mid(2)), "cdef");
+    EXPECT_EQ(latin(s.mid(2, 2)), "cd");
+    EXPECT_EQ(latin(s.mid(4, 100)), "ef");
+    EXPECT_EQ(latin(s.mid(-2, 4)), "ab"); // starts at 0, two units shorter
+    EXPECT_TRUE(s.mid(-2, 1).isEmpty());
+    EXPECT_TRUE(s.mid(-2).isSharedWith(s));
+    EXPECT_TRUE(s.mid(6).isEmpty());
+    EXPECT_FALSE(s.mid(6).isNull());
+    EXPECT_TRUE(s.mid(7).isNull());
+    EXPECT_TRUE(s.mid(0, -5).isSharedWith(s));
+    EXPECT_EQ(latin(s.mid(1, INT_MAX)), "bcdef");
+    EXPECT_EQ(latin(s.mid(INT_MIN + 1, INT_MAX)), "");
+
+    const CZeStringRef l = s.leftRef(3), r = s.rightRef(2), m = s.midRef(1, 3);
+    EXPECT_EQ(l.position(), 0);
+    EXPECT_EQ(l.size(), 3);
+    EXPECT_EQ(r.position(), 4);
+    EXPECT_EQ(r.size(), 2);
+    EXPECT_EQ(m.position(), 1);
+    EXPECT_EQ(m.size(), 3);
+    EXPECT_EQ(m.string(), &s);
+    EXPECT_EQ(s.leftRef(-1).size(), 6);
+    EXPECT_EQ(s.rightRef(99).position(), 0);
+    EXPECT_EQ(s.midRef(-2, 4).size(), 2);
+    EXPECT_TRUE(s.midRef(7).isNull());
+    EXPECT_EQ(s.midRef(6).size(), 0);
+}
+
+TEST(CZeStringSubstrings, Justified)
+{
+    const CZeString abc = L1("abc");
+    EXPECT_EQ(latin(abc.leftJustified(5, CZeChar('.'))), "abc..");
+    EXPECT_EQ(latin(abc.rightJustified(5, CZeChar('.'))), "..abc");
+    EXPECT_TRUE(abc.leftJustified(2, CZeChar('.')).isSharedWith(abc));
+    EXPECT_TRUE(abc.leftJustified(3).isSharedWith(abc));
+    EXPECT_EQ(latin(abc.leftJustified(2, CZeChar('.'), true)), "ab");
+    EXPECT_EQ(latin(abc.rightJustified(2, CZeChar('.'), true)), "ab");
+    EXPECT_TRUE(abc.leftJustified(0, CZeChar('.'), true).isEmpty());
+    EXPECT_TRUE(abc.leftJustified(3, CZeChar('.'), true).isSharedWith(abc));
+    // A negative width with truncation keeps the units before the first 0 unit.
+    const char16_t withZero[] = { u'a', u'b', 0, u'c' };
+    const CZeString z(reinterpret_cast<const CZeChar*>(withZero), 4);
+    EXPECT_EQ(u16(z.leftJustified(-1, CZeChar('.'), true)), u"ab");
+    EXPECT_EQ(latin(abc.leftJustified(-1, CZeChar('.'), true)), "abc");
+    // Raw data has no terminator to stop at; the size bounds the scan.
+    const CZeString raw = CZeString::fromRawData(abc.unicode(), 2);
+    EXPECT_EQ(latin(raw.rightJustified(-7, CZeChar('.'), true)), "ab");
+    EXPECT_EQ(latin(CZeString().leftJustified(2, CZeChar('*'))), "**");
+    EXPECT_TRUE(abc.leftJustified(INT_MIN).isSharedWith(abc));
+}
+
+// ---- Replace and remove --------------------------------------------------------------------
+
+TEST(CZeStringReplace, ByPosition)
+{
+    CZeString s = L1("hello world");
+    EXPECT_EQ(latin(s.replace(0, 5, L1("goodbye"))), "goodbye world");
+    EXPECT_EQ(latin(s.replace(8, 100, CZeChar('W'))), "goodbye W");
+    EXPECT_EQ(latin(s.replace(9, 0, L1("!"))), "goodbye W!"); // at the end: insert
+    EXPECT_EQ(latin(s.replace(0, -3, L1(">"))), ">goodbye W!");
+    EXPECT_EQ(latin(s.replace(12, 1, L1("x"))), ">goodbye W!"); // past the end: nothing
+    EXPECT_EQ(latin(s.replace(-1, 1, L1("x"))), ">goodbye W!");
+    EXPECT_EQ(latin(s.replace(1, 7, s.unicode() + 9, 2)), ">W! W!"); // own units
+    const CZeString before = s;
+    s.replace(0, 1, CZeChar('<'));
+    EXPECT_EQ(latin(before), ">W! W!"); // the copy kept its text
+    EXPECT_EQ(latin(s), "<W! W!");
+    s.replace(0, 2, static_cast<const CZeChar*>(nullptr), 5);
+    EXPECT_EQ(latin(s), "! W!");
+}
+
+TEST(CZeStringReplace, ByContent)
+{
+    CZeString s = L1("a-b-c");
+    EXPECT_EQ(latin(s.replace(CZeChar('-'), L1("--"))), "a--b--c");
+    EXPECT_EQ(latin(s.replace(L1("--"), CZeChar('+'))), "a+b+c");
+    EXPECT_EQ(latin(s.replace(CZeLatin1String("+"), CZeLatin1String(""))), "abc");
+    EXPECT_EQ(latin(s.replace(L1("B"), L1("xBx"), CI)), "axBxc");
+    EXPECT_EQ(latin(s.replace(CZeChar('X'), CZeChar('y'), CI)), "ayByc");
+    EXPECT_EQ(latin(s.replace(L1("aa"), L1("z"))), "ayByc"); // no match: unchanged
+    // Matches do not overlap, and the inserted text is not searched again.
+    s = L1("aaaa");
+    EXPECT_EQ(latin(s.replace(L1("aa"), L1("a"))), "aa");
+    s = L1("aaa");
+    EXPECT_EQ(latin(s.replace(L1("a"), L1("aa"))), "aaaaaa");
+    // An empty `before` matches before every unit and at the end.
+    s = L1("ab");
+    EXPECT_EQ(latin(s.replace(L1(""), L1("-"))), "-a-b-");
+    s = CZeString();
+    EXPECT_EQ(latin(s.replace(L1(""), L1("x"))), "x");
+    // Either side may be this very string.
+    s = L1("ab");
+    EXPECT_EQ(latin(s.replace(L1("b"), s)), "aab");
+    s = L1("abab");
+    EXPECT_EQ(latin(s.replace(s.unicode(), 2, s.unicode() + 1, 3)), "babbab");
+    // Unit arrays and mixed operands.
+    const CZeChar dash[] = { CZeChar('-') };
+    s = L1("1-2");
+    EXPECT_EQ(latin(s.replace(dash, 1, CZeLatin1String("::"))), "1::2");
+    EXPECT_EQ(latin(s.replace(CZeLatin1String("::"), dash, 1)), "1-2");
+    EXPECT_EQ(latin(s.replace(CZeChar('-'), dash, 0)), "12");
+    s.replace(static_cast<const CZeChar*>(nullptr), 2, L1("x"));
+    EXPECT_EQ(latin(s), "12");
+}
+
+TEST(CZeStringReplace, ManyMatchesAndSharing)
+{
+    // More matches than one batch of the one-pass rewrite.
+    CZeString s = CZeString(1000, CZeChar('a'));
+    const CZeString copy = s;
+    s.replace(CZeChar('a'), L1("bc"));
+    EXPECT_EQ(s.size(), 2000);
+    EXPECT_EQ(s.count(L1("bc")), 1000);
+    EXPECT_EQ(copy.size(), 1000); // the shared original is untouched
+    s.replace(L1("bc"), L1(""));
+    EXPECT_TRUE(s.isEmpty());
+    s = CZeString(700, CZeChar('x'));
+    s.replace(L1(""), L1("."));
+    EXPECT_EQ(s.size(), 1401);
+    EXPECT_EQ(s.count(CZeChar('.')), 701);
+    EXPECT_EQ(s.indexOf(L1("..")), -1);
+}
+
+// A plain replace-all to check against.
+std::string replaceAll(std::string text, const std::string& before, const std::string& after)
+{
+    std::string result;
+    size_t start = 0;
+    if (before.empty()) {
+        for (char c : text)
+            result += after + c;
+        return result + after;
+    }
+    size_t hit;
+    while ((hit = text.find(before, start)) != std::string::npos) {
+        result += text.substr(start, hit - start) + after;
+        start = hit + before.size();
+    }
+    return result + text.substr(start);
+}
+
+TEST(CZeStringReplace, AgreesWithAPlainReplace)
+{
+    std::mt19937 rng(3);
+    for (int round = 0; round < 4000; ++round) {
+        std::string text, before, after;
+        for (int i = int(rng() % 700); i > 0; --i)
+            text += "aab"[rng() % 3];
+        for (int i = int(rng() % 3); i > 0; --i)
+            before += "ab"[rng() % 2];
+        for (int i = int(rng() % 4); i > 0; --i)
+            after += "xab"[rng() % 3];
+        CZeString s = L1(text.c_str());
+        const CZeString keep = round % 2 ? s : CZeString(); // sometimes shared
+        s.replace(L1(before.c_str()), L1(after.c_str()));
+        ASSERT_EQ(latin(s), replaceAll(text, before, after))
+            << text << " / " << before << " / " << after;
+        EXPECT_EQ(s.unicode()[s.size()].unicode(), 0);
+        if (round % 2) {
+            EXPECT_EQ(latin(keep), text);
+        }
+    }
+}
+
+TEST(CZeStringReplace, Remove)
+{
+    CZeString s = L1("Banana");
+    EXPECT_EQ(latin(s.remove(L1("an"))), "Ba");
+    s = L1("Banana");
+    EXPECT_EQ(latin(s.remove(CZeChar('a'))), "Bnn");
+    s = L1("Banana");
+    EXPECT_EQ(latin(s.remove(CZeChar('B'), CI)), "anana");
+    EXPECT_EQ(latin(s.remove(CZeChar('A'), CI)), "nn");
+    EXPECT_EQ(latin(s.remove(L1(""))), "nn");
+    const CZeString shared = s;
+    s.remove(CZeChar('n'));
+    EXPECT_TRUE(s.isEmpty());
+    EXPECT_EQ(latin(shared), "nn");
+    EXPECT_EQ(latin(s.remove(0, 3)), ""); // the positional form is still there
+}
+
+// ---- Repetition, white space, case ----------------------------------------------------------
+
+TEST(CZeStringEdit, Repeated)
+{
+    EXPECT_EQ(latin(L1("ab").repeated(3)), "ababab");
+    EXPECT_EQ(latin(L1("ab").repeated(7)), "ababababababab");
+    const CZeString ab = L1("ab");
+    EXPECT_TRUE(ab.repeated(1).isSharedWith(ab));
+    EXPECT_TRUE(ab.repeated(0).isEmpty());
+    EXPECT_FALSE(ab.repeated(-1).isNull());
+    EXPECT_TRUE(CZeString().repeated(5).isNull());
+    EXPECT_TRUE(ab.repeated(INT_MAX).isNull()); // too large
+}
+
+TEST(CZeStringEdit, TrimmedAndSimplified)
+{
+    EXPECT_EQ(latin(L1("  \t a b \n").trimmed()), "a b");
+    EXPECT_EQ(u16(U16(u"\u3000\u00a0x\u2029\u0085").trimmed()), u"x");
+    EXPECT_EQ(u16(U16(u"\u200bx").trimmed()), u"\u200bx"); // a zero-width space is no space
+    const CZeString clean = L1("a b");
+    EXPECT_TRUE(clean.trimmed().isSharedWith(clean));
+    EXPECT_TRUE(L1(" \t ").trimmed().isEmpty());
+    EXPECT_FALSE(L1(" ").trimmed().isNull());
+
+    EXPECT_EQ(latin(L1("  lots\t of\nspace  ").simplified()), "lots of space");
+    EXPECT_EQ(latin(L1("a\tb").simplified()), "a b");
+    EXPECT_TRUE(clean.simplified().isSharedWith(clean));
+    EXPECT_TRUE(L1("   ").simplified().isEmpty());
+
+    // The rvalue forms edit in place when the string is not shared, and leave
+    // a shared block alone.
+    CZeString own = L1("  edit me  ");
+    const CZeChar* block = own.unicode();
+    const CZeString trimmed = static_cast<CZeString&&>(own).trimmed();
+    EXPECT_EQ(latin(trimmed), "edit me");
+    EXPECT_EQ(trimmed.unicode(), block);
+    CZeString shared = L1("  x  y ");
+    const CZeString other = shared;
+    EXPECT_EQ(latin(static_cast<CZeString&&>(shared).simplified()), "x y");
+    EXPECT_EQ(latin(other), "  x  y ");
+    EXPECT_EQ(latin(CZeString::fromRawData(other.unicode(), 3).trimmed()), "x");
+}
+
+TEST(CZeStringEdit, CaseMapping)
+{
+    EXPECT_EQ(u16(U16(u"Caf\u00c9 \u00d7\u00de\u0100").toLower()), u"caf\u00e9 \u00d7\u00fe\u0100");
+    EXPECT_EQ(u16(U16(u"caf\u00e9 \u00f7\u00ff\u00df").toUpper()), u"CAF\u00c9 \u00f7\u00ff\u00df");
+    const CZeString lower = L1("already");
+    EXPECT_TRUE(lower.toLower().isSharedWith(lower));
+    const CZeString shared = L1("MiXed");
+    const CZeString copy = shared;
+    EXPECT_EQ(latin(static_cast<CZeString>(shared).toUpper()), "MIXED");
+    EXPECT_EQ(latin(CZeString(copy).toLower()), "mixed");
+    EXPECT_EQ(latin(shared), "MiXed");
+    CZeString own = L1("OWN");
+    const CZeChar* block = own.unicode();
+    const CZeString mapped = static_cast<CZeString&&>(own).toLower();
+    EXPECT_EQ(mapped.unicode(), block);
+    EXPECT_EQ(latin(mapped), "own");
+}
+
+TEST(CZeStringEdit, SimpleText)
+{
+    EXPECT_TRUE(L1("plain Latin-1 \xe9").isSimpleText());
+    EXPECT_TRUE(U16(u"\u4e2d\u6587 \u0416").isSimpleText()); // CJK and Cyrillic
+    EXPECT_FALSE(U16(u"\u05d0").isSimpleText()); // Hebrew
+    EXPECT_FALSE(U16(u"a\u0627").isSimpleText()); // Arabic
+    EXPECT_FALSE(U16(u"\u0e01").isSimpleText()); // Thai
+    EXPECT_FALSE(U16(u"\ufe70").isSimpleText()); // presentation forms
+    EXPECT_TRUE(CZeString().isSimpleText());
+}
+
+} // namespace

@@ -1,0 +1,236 @@
+// CZeSignal (manual and automatic reset, polling, unlimited and timed waits,
+// one and several waiters), CZeSignallingEvent and CZeElapsedTimer.
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <climits>
+#include <condition_variable>
+#include <memory>
+#include <mutex>
+#include <vector>
+
+#include "CZeElapsedTimer.h"
+#include "CZeSignal.h"
+#include "ThreadTestHelpers.h"
+
+namespace {
+
+// Counts waiters that got through, and lets the test wait for a count.
+class PassCounter {
+public:
+    void pass()
+    {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        ++m_passed;
+        m_cond.notify_all();
+    }
+    bool waitFor(int count)
+    {
+        std::unique_lock<std::mutex> lock(m_mutex);
+        return m_cond.wait_for(
+            lock, std::chrono::milliseconds(kGenerousMs), [&] { return m_passed >= count; });
+    }
+    int passed()
+    {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        return m_passed;
+    }
+
+private:
+    std::mutex m_mutex;
+    std::condition_variable m_cond;
+    int m_passed = 0;
+};
+
+std::vector<std::unique_ptr<FunctionThread>> waiters(int n, CZeSignal& signal,
+    unsigned long timeout, PassCounter& counter, std::atomic<int>& refused)
+{
+    std::vector<std::unique_ptr<FunctionThread>> threads;
+    for (int i = 0; i < n; ++i) {
+        threads.emplace_back(
+            new FunctionThread([&signal, timeout, &counter, &refused](FunctionThread*) {
+                if (signal.wait(timeout))
+                    counter.pass();
+                else
+                    ++refused;
+            }));
+        threads.back()->start();
+    }
+    return threads;
+}
+
+TEST(CZeSignal, Polling)
+{
+    CZeSignal manual(true, false);
+    EXPECT_FALSE(manual.wait(0));
+    manual.set();
+    EXPECT_TRUE(manual.wait(0));
+    EXPECT_TRUE(manual.wait(0)); // stays set
+    EXPECT_TRUE(manual.wait(5));
+    EXPECT_TRUE(manual.wait(CZeSignal::Infinite));
+    manual.reset();
+    EXPECT_FALSE(manual.wait(0));
+    EXPECT_FALSE(manual.wait(3)); // nobody sets it: the time runs out
+
+    CZeSignal automatic(false, true);
+    EXPECT_TRUE(automatic.wait(0));
+    EXPECT_FALSE(automatic.wait(0)); // the successful wait cleared it
+    automatic.set();
+    automatic.set(); // already set: still only one wait gets through
+    EXPECT_TRUE(automatic.wait(5));
+    EXPECT_FALSE(automatic.wait(0));
+    automatic.set();
+    automatic.reset();
+    EXPECT_FALSE(automatic.wait(0));
+}
+
+TEST(CZeSignal, OneWaiterWakes)
+{
+    for (unsigned long timeout :
+        { CZeSignal::Infinite, CZeSignal::Infinite - 1, static_cast<unsigned long>(kGenerousMs) }) {
+        CZeSignal signal(false, false);
+        PassCounter counter;
+        std::atomic<int> refused { 0 };
+        auto threads = waiters(1, signal, timeout, counter, refused);
+        signal.set();
+        EXPECT_TRUE(counter.waitFor(1)) << timeout;
+        ASSERT_TRUE(threads[0]->wait(kGenerousMs));
+        EXPECT_EQ(refused.load(), 0);
+        EXPECT_FALSE(signal.wait(0)); // automatic reset: taken by the waiter
+    }
+}
+
+TEST(CZeSignal, ManualResetReleasesEveryWaiter)
+{
+    for (unsigned long timeout : { CZeSignal::Infinite, static_cast<unsigned long>(kGenerousMs) }) {
+        CZeSignal signal(true, false);
+        PassCounter counter;
+        std::atomic<int> refused { 0 };
+        auto threads = waiters(5, signal, timeout, counter, refused);
+        signal.set();
+        EXPECT_TRUE(counter.waitFor(5));
+        for (auto& t : threads)
+            ASSERT_TRUE(t->wait(kGenerousMs));
+        EXPECT_EQ(refused.load(), 0);
+        EXPECT_TRUE(signal.wait(0)); // still set
+    }
+}
+
+TEST(CZeSignal, AutomaticResetReleasesOneWaiterPerSet)
+{
+    CZeSignal signal(false, false);
+    PassCounter counter;
+    std::atomic<int> refused { 0 };
+    constexpr int kWaiters = 4;
+    auto threads = waiters(kWaiters, signal, CZeSignal::Infinite, counter, refused);
+    for (int k = 1; k <= kWaiters; ++k) {
+        signal.set();
+        ASSERT_TRUE(counter.waitFor(k)) << k;
+        EXPECT_EQ(counter.passed(), k); // one set, one waiter
+    }
+    for (auto& t : threads)
+        ASSERT_TRUE(t->wait(kGenerousMs));
+    EXPECT_EQ(counter.passed(), kWaiters);
+    EXPECT_FALSE(signal.wait(0));
+}
+
+TEST(CZeSignal, TimedWaitersThatAreNeverSetGiveUp)
+{
+    CZeSignal signal(false, false);
+    PassCounter counter;
+    std::atomic<int> refused { 0 };
+    auto threads = waiters(3, signal, 2, counter, refused);
+    for (auto& t : threads)
+        ASSERT_TRUE(t->wait(kGenerousMs));
+    EXPECT_EQ(refused.load(), 3);
+    EXPECT_EQ(counter.passed(), 0);
+}
+
+TEST(CZeSignallingEvent, SetsItsSignalWhenDestroyed)
+{
+    CZeSignal signal(false, false);
+    {
+        CZeSignallingEvent event(CZeEvent::User + 7, &signal);
+        EXPECT_EQ(event.type(), CZeEvent::User + 7);
+        EXPECT_FALSE(signal.wait(0));
+    }
+    EXPECT_TRUE(signal.wait(0));
+
+    // Set early, then forgotten: the destructor does not set it again, and the
+    // signal may even be gone by then.
+    auto early = std::make_unique<CZeSignal>(false, false);
+    auto event = std::make_unique<CZeSignallingEvent>(CZeEvent::User, early.get());
+    event->signalNow();
+    EXPECT_TRUE(early->wait(0));
+    event->signalNow(); // nothing left to set
+    EXPECT_FALSE(early->wait(0));
+    early.reset();
+    event.reset();
+
+    CZeSignallingEvent withoutSignal(CZeEvent::User, nullptr);
+    withoutSignal.signalNow();
+}
+
+TEST(CZeSignallingEvent, PosterWaitsForDelivery)
+{
+    std::atomic<Probe*> receiver { nullptr };
+    std::atomic<bool> deliveredInWorker { true };
+    Gate ready;
+    FunctionThread worker([&](FunctionThread* self) {
+        Probe* probe = new Probe;
+        probe->onCustom = [&, self](Probe*, CZeEvent*) {
+            if (CZeThread::currentThread() != self)
+                deliveredInWorker = false;
+        };
+        receiver = probe;
+        ready.open();
+        self->exec();
+        delete probe;
+    });
+    worker.start();
+    ASSERT_TRUE(ready.waitOpen());
+
+    constexpr int kEvents = 3;
+    std::vector<std::unique_ptr<CZeSignal>> signals;
+    for (int i = 0; i < kEvents; ++i) {
+        signals.emplace_back(new CZeSignal(true, false));
+        CZeObject::postEvent(
+            receiver.load(), new CZeSignallingEvent(CZeEvent::User + i, signals.back().get()));
+    }
+    for (int i = 0; i < kEvents; ++i)
+        EXPECT_TRUE(signals[size_t(i)]->wait(static_cast<unsigned long>(kGenerousMs))) << i;
+    worker.quit();
+    ASSERT_TRUE(worker.wait(kGenerousMs));
+    EXPECT_TRUE(deliveredInWorker.load());
+}
+
+TEST(CZeElapsedTimer, MeasuresOnTheMonotonicClock)
+{
+    CZeElapsedTimer timer;
+    EXPECT_FALSE(timer.isValid());
+    timer.start();
+    EXPECT_TRUE(timer.isValid());
+    EXPECT_GE(timer.nsecsElapsed(), 0);
+    CZeThread::msleep(20); // sleeps at least this long
+    EXPECT_GE(timer.elapsed(), 20);
+    EXPECT_GE(timer.nsecsElapsed(), 20000000);
+    EXPECT_TRUE(timer.hasExpired(10));
+    EXPECT_FALSE(timer.hasExpired(LLONG_MAX));
+    EXPECT_TRUE(timer.hasExpired(-1));
+
+    CZeElapsedTimer later;
+    later.start();
+    EXPECT_GE(timer.msecsTo(later), 20);
+    // Differences are truncated toward zero, so both directions agree.
+    EXPECT_EQ(later.msecsTo(timer), -timer.msecsTo(later));
+    EXPECT_EQ(later.secsTo(timer), -timer.secsTo(later));
+    EXPECT_EQ(timer.msecsTo(timer), 0);
+    EXPECT_LE(timer.msecsSinceReference(), later.msecsSinceReference());
+
+    const long long before = timer.msecsSinceReference();
+    const long long passed = timer.restart();
+    EXPECT_GE(passed, 20);
+    EXPECT_GE(timer.msecsSinceReference(), before + 20);
+}
+
+} // namespace
