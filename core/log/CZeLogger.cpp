@@ -149,13 +149,16 @@ void exitHandler()
 // would write them a second time, so the descriptor under the stream is
 // pointed at /dev/null (only descriptor calls: the stream's lock may have
 // been held by the writer when the process forked).
+CZeLoggerPrivate* g_leftByFork = nullptr; // kept, not freed: its thread is not here
+
 void forkedChild()
 {
     const uintptr_t v = g_instance.exchange(kShutDown);
     g_users.store(0);
     if (v <= kShutDown)
         return;
-    const int fd = reinterpret_cast<CZeLoggerPrivate*>(v)->fileDescriptor.load();
+    g_leftByFork = reinterpret_cast<CZeLoggerPrivate*>(v);
+    const int fd = g_leftByFork->fileDescriptor.load();
     if (fd < 0)
         return;
     const int null = ::open("/dev/null", O_WRONLY | O_CLOEXEC);
