@@ -8,11 +8,20 @@
 
 #include "CZeThreadStorage.h"
 
-#ifndef O_LARGEFILE
-#define O_LARGEFILE 0
+namespace {
+#if defined(__aarch64__)
+// The kernel's large-file flag on arm64. Some C libraries define O_LARGEFILE
+// as 0 where every offset is 64-bit; the flag is passed all the same so that
+// the creation asks the same of every arm64 system.
+constexpr int kLargeFile = 0400000;
+#elif defined(O_LARGEFILE)
+constexpr int kLargeFile = O_LARGEFILE;
+#else
+constexpr int kLargeFile = 0;
 #endif
+} // namespace
 
-const int kZeUniqueFileOpenFlags = O_RDWR | O_CREAT | O_EXCL | O_LARGEFILE | O_CLOEXEC;
+const int kZeUniqueFileOpenFlags = O_RDWR | O_CREAT | O_EXCL | kLargeFile | O_CLOEXEC;
 
 namespace {
 
