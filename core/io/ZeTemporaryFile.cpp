@@ -28,41 +28,30 @@ namespace {
 constexpr int kMinimumRun = 6;
 constexpr uint32_t kSeed = 17;
 
-void freeSeed(void* p)
-{
-    delete static_cast<uint32_t*>(p);
-}
+// The generator's state is never 0, so it lives in the thread's slot itself
+// (a null slot is one that was never set): nothing to allocate or free.
+void keepState(void*) {}
 
-// Never destroyed: threads that end during process exit still free their
-// seeds through it.
-CZeThreadStorage* seedStorage()
+// Never destroyed, so that threads ending during process exit still find it.
+CZeThreadStorage* stateStorage()
 {
-    static CZeThreadStorage* storage = new (std::nothrow) CZeThreadStorage(freeSeed);
+    static CZeThreadStorage* storage = new (std::nothrow) CZeThreadStorage(keepState);
     return storage;
 }
 
 // Minimal standard generator: next = value * 16807 mod (2^31 - 1).
 uint32_t nextRandom()
 {
-    uint32_t* state = nullptr;
-    if (CZeThreadStorage* storage = seedStorage()) {
-        void** slot = storage->get();
-        if (!slot) {
-            uint32_t* fresh = new (std::nothrow) uint32_t(kSeed);
-            if (fresh) {
-                slot = storage->set(fresh);
-                if (!slot)
-                    delete fresh;
-            }
-        }
-        if (slot)
-            state = static_cast<uint32_t*>(*slot);
-    }
-    uint32_t fallback = kSeed; // no per-thread data (process exit): start over
-    if (!state)
-        state = &fallback;
-    *state = static_cast<uint32_t>(static_cast<uint64_t>(*state) * 16807u % 2147483647u);
-    return *state;
+    CZeThreadStorage* storage = stateStorage();
+    void** slot = storage ? storage->get() : nullptr;
+    if (!slot && storage)
+        slot = storage->set(reinterpret_cast<void*>(static_cast<uintptr_t>(kSeed)));
+    // Without per-thread data (process exit) every call starts over.
+    uint32_t state = slot ? static_cast<uint32_t>(reinterpret_cast<uintptr_t>(*slot)) : kSeed;
+    state = static_cast<uint32_t>(static_cast<uint64_t>(state) * 16807u % 2147483647u);
+    if (slot)
+        *slot = reinterpret_cast<void*>(static_cast<uintptr_t>(state));
+    return state;
 }
 
 // Moves the letters to the next combination, first position fastest: Z

@@ -123,6 +123,8 @@ public:
     bool openFailed = false;
     int64_t openFailedAt = 0;
     int64_t lastFlush = 0;
+    // The lines taken out of the queue, written with the mutex released.
+    std::deque<CZeByteArray> batch;
     // Shared, under the mutex.
     std::condition_variable wake;
     std::mutex mutex;
@@ -170,11 +172,17 @@ void forkedChild()
 
 void create()
 {
-    CZeLoggerPrivate* p = new (std::nothrow) CZeLoggerPrivate;
-    if (!p)
-        return;
+    // Without memory or a thread there is no writer: file logging stays off.
+    CZeLoggerPrivate* p = nullptr;
     try {
-        p->thread = std::thread([p] { p->run(); });
+        p = new CZeLoggerPrivate; // its queue allocates
+        p->thread = std::thread([p] {
+            try {
+                p->run();
+            } catch (...) {
+                // Out of memory in the writer: it stops, the file is left.
+            }
+        });
     } catch (...) {
         delete p;
         return;
@@ -228,7 +236,6 @@ private:
 
 void CZeLoggerPrivate::run()
 {
-    std::deque<CZeByteArray> batch;
     std::unique_lock<std::mutex> lock(mutex);
     while (!stop) {
         bool timedOut = false;
