@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include "core/io/CZeFileDevicePrivate.h"
+#include "core/io/CZeTemporaryFileEngine.h"
 #include "core/io/ZeSystemError.h"
 #include "core/io/ZeTemporaryFile.h"
 #include "core/log/CZeMessageLogger.h"
@@ -258,41 +259,31 @@ bool CZeFile::renameByCopy(const CZeString& newName)
         return false;
     }
     const CZeByteArray target = newName.toLocal8Bit();
-    CZeByteArray temporary;
-    int errorNumber = 0;
-    const int fd = ZeCreateUniqueFile(folderOf(target) + "ze_temp.XXXXXX", 0600, &temporary,
-                                      &errorNumber);
-    if (fd < 0) {
+    CZeTemporaryFileEngine out(CZeString::fromLocal8Bit(folderOf(target) + "ze_temp.XXXXXX"), 0600);
+    if (!out.open(WriteOnly | Truncate)) {
         close();
-        setError(RenameError, ZeSystemErrorString(errorNumber));
+        setError(RenameError, out.errorString());
         return false;
     }
-    ::close(fd);
-
-    CZeFile out(CZeString::fromLocal8Bit(temporary));
     CZeString failure;
-    if (!out.open(WriteOnly | Truncate)) {
-        failure = out.errorString();
-    } else {
-        char block[kCopyBlock];
-        for (;;) {
-            const int64_t got = read(block, kCopyBlock);
-            if (got < 0) {
-                failure = errorString();
-                break;
-            }
-            if (got == 0)
-                break;
-            if (out.write(block, got) != got) {
-                failure = out.errorString();
-                break;
-            }
+    char block[kCopyBlock];
+    for (;;) {
+        const int64_t got = read(block, kCopyBlock);
+        if (got < 0) {
+            failure = errorString();
+            break;
         }
-        out.close();
-        if (failure.isNull() && out.error() != NoError)
+        if (got == 0)
+            break;
+        if (out.write(block, got) != got) {
             failure = out.errorString();
+            break;
+        }
     }
+    if (!out.close() && failure.isNull())
+        failure = out.errorString();
     close();
+    const CZeByteArray temporary = out.nativeFileName();
     if (!failure.isNull()) {
         ::unlink(temporary.constData());
         setError(RenameError, failure);

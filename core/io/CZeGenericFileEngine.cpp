@@ -120,6 +120,28 @@ bool CZeGenericFileEngine::open(CZeIODevice::OpenMode mode)
     return true;
 }
 
+bool CZeGenericFileEngine::openDescriptor(int fd, CZeIODevice::OpenMode mode)
+{
+    if (m_stream) {
+        std::fclose(m_stream);
+        m_stream = nullptr;
+    }
+    m_openMode = mode;
+    m_lastTransfer = NoTransfer;
+    // fdopen neither creates nor truncates: the mode string only has to agree
+    // with the descriptor's read-write access.
+    FILE* stream = ::fdopen(fd, ZeFopenMode(mode, true));
+    if (!stream) {
+        const int e = errno;
+        ::close(fd);
+        setErrorFromErrno(e == EMFILE ? CZeFileDevice::ResourceError : CZeFileDevice::OpenError, e);
+        return false;
+    }
+    ::fcntl(fd, F_SETFD, FD_CLOEXEC);
+    m_stream = stream;
+    return true;
+}
+
 bool CZeGenericFileEngine::close()
 {
     unmapAll();

@@ -28,7 +28,7 @@ const char* ZeFopenMode(CZeIODevice::OpenMode mode, bool exists);
 class CZeGenericFileEngine {
 public:
     explicit CZeGenericFileEngine(const CZeString& fileName);
-    ~CZeGenericFileEngine();
+    virtual ~CZeGenericFileEngine();
     CZeGenericFileEngine(const CZeGenericFileEngine&) = delete;
     CZeGenericFileEngine& operator=(const CZeGenericFileEngine&) = delete;
 
@@ -40,6 +40,10 @@ public:
     void setRefuseDirectories(bool refuse) { m_refuseDirectories = refuse; }
 
     bool open(CZeIODevice::OpenMode mode);
+    // Opens the engine on a descriptor that the caller has just opened on the
+    // engine's file (read-write), instead of opening the file by name; the
+    // engine owns the descriptor from then on, also when this fails.
+    bool openDescriptor(int fd, CZeIODevice::OpenMode mode);
     bool close();
     bool isOpen() const { return m_stream != nullptr; }
     bool flush();

@@ -1,39 +1,83 @@
 #include "core/io/ZeTemporaryFile.h"
 
 #include <cerrno>
-#include <chrono>
+#include <cstdint>
 #include <fcntl.h>
+#include <new>
 #include <unistd.h>
+
+#include "CZeThreadStorage.h"
+
+namespace {
+#if defined(__aarch64__)
+// The kernel's large-file flag on arm64. Some C libraries define O_LARGEFILE
+// as 0 where every offset is 64-bit; the flag is passed all the same so that
+// the creation asks the same of every arm64 system.
+constexpr int kLargeFile = 0400000;
+#elif defined(O_LARGEFILE)
+constexpr int kLargeFile = O_LARGEFILE;
+#else
+constexpr int kLargeFile = 0;
+#endif
+} // namespace
+
+const int kZeUniqueFileOpenFlags = O_RDWR | O_CREAT | O_EXCL | kLargeFile | O_CLOEXEC;
 
 namespace {
 
 constexpr int kMinimumRun = 6;
-constexpr int kAttempts = 256;
+constexpr uint32_t kSeed = 17;
 
-// Minimal-standard multiplicative generator, one per thread, seeded from the
-// clock, the process and the thread so that neighbours rarely collide.
-unsigned int nextRandom()
+// The generator's state is never 0, so it lives in the thread's slot itself
+// (a null slot is one that was never set): nothing to allocate or free.
+void keepState(void*) {}
+
+// Never destroyed, so that threads ending during process exit still find it.
+CZeThreadStorage* stateStorage()
 {
-    thread_local unsigned long long state = 0;
-    if (state == 0) {
-        const unsigned long long t = static_cast<unsigned long long>(
-            std::chrono::steady_clock::now().time_since_epoch().count());
-        const unsigned long long mix =
-            t ^ (static_cast<unsigned long long>(::getpid()) << 20) ^
-            reinterpret_cast<unsigned long long>(&state);
-        state = mix % 2147483646ull + 1;
-    }
-    state = state * 16807ull % 2147483647ull;
-    return static_cast<unsigned int>(state);
+    static CZeThreadStorage* storage = new (std::nothrow) CZeThreadStorage(keepState);
+    return storage;
 }
 
-char randomLetter()
+// Minimal standard generator: next = value * 16807 mod (2^31 - 1).
+uint32_t nextRandom()
 {
-    const unsigned int v = (nextRandom() & 0xffff) % 52;
-    return static_cast<char>(v < 26 ? 'A' + v : 'a' + (v - 26));
+    CZeThreadStorage* storage = stateStorage();
+    void** slot = storage ? storage->get() : nullptr;
+    if (!slot && storage)
+        slot = storage->set(reinterpret_cast<void*>(static_cast<uintptr_t>(kSeed)));
+    // Without per-thread data (process exit) every call starts over.
+    uint32_t state = slot ? static_cast<uint32_t>(reinterpret_cast<uintptr_t>(*slot)) : kSeed;
+    state = static_cast<uint32_t>(static_cast<uint64_t>(state) * 16807u % 2147483647u);
+    if (slot)
+        *slot = reinterpret_cast<void*>(static_cast<uintptr_t>(state));
+    return state;
+}
+
+// Moves the letters to the next combination, first position fastest: Z
+// becomes a and carries into the next position, z becomes A, any other letter
+// the next one. False when the last position carried: every name was tried.
+bool advance(char* letters, int run)
+{
+    for (int i = 0; i < run; ++i) {
+        char& c = letters[i];
+        if (c == 'Z') {
+            c = 'a';
+            continue;
+        }
+        c = c == 'z' ? 'A' : static_cast<char>(c + 1);
+        return true;
+    }
+    return false;
 }
 
 } // namespace
+
+char ZeNextTemporaryLetter()
+{
+    const uint32_t v = (nextRandom() & 0xffff) % 52;
+    return static_cast<char>(v < 26 ? 'A' + v : 'a' + (v - 26));
+}
 
 int ZeCreateUniqueFile(const CZeByteArray& nameTemplate, unsigned int permissions,
                        CZeByteArray* name, int* errorNumber)
@@ -46,18 +90,17 @@ int ZeCreateUniqueFile(const CZeByteArray& nameTemplate, unsigned int permission
         path.append(".XXXXXX");
         run = kMinimumRun;
     }
-    if (path.size() < run) { // the append failed for lack of memory
+    if (path.size() < run || path.size() == 0) { // the append failed for lack of memory
         *errorNumber = ENOMEM;
         return -1;
     }
     char* letters = path.data() + path.size() - run;
-    for (int attempt = 0; attempt < kAttempts; ++attempt) {
-        for (int i = 0; i < run; ++i)
-            letters[i] = randomLetter();
+    for (int i = run - 1; i >= 0; --i)
+        letters[i] = ZeNextTemporaryLetter();
+    for (;;) {
         int fd;
         do {
-            fd = ::open(path.constData(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC,
-                        static_cast<mode_t>(permissions));
+            fd = ::open(path.constData(), kZeUniqueFileOpenFlags, static_cast<mode_t>(permissions));
         } while (fd < 0 && errno == EINTR);
         if (fd >= 0) {
             *name = path;
@@ -67,7 +110,9 @@ int ZeCreateUniqueFile(const CZeByteArray& nameTemplate, unsigned int permission
             *errorNumber = errno;
             return -1;
         }
+        if (!advance(letters, run)) {
+            *errorNumber = EEXIST;
+            return -1;
+        }
     }
-    *errorNumber = EEXIST;
-    return -1;
 }

@@ -5,6 +5,8 @@
 #include <cstring>
 #include <new>
 
+#include "CZeLogger.h"
+
 CZeDebugLog::DebugLevel CZeDebugLog::m_debugLevel = CZeDebugLog::DebugLevelInfo;
 bool CZeDebugLog::m_forceSaveLogToFile = false;
 bool CZeDebugLog::m_outputToStdOut = false;
@@ -21,10 +23,10 @@ int priorityFor(CZeDebugLog::ZeMessageType type)
 
 // The log-file writer's entry point. Messages that ask to be saved (or all
 // messages, when saving is forced) are handed over here in addition to the
-// console or system log; nothing writes log files yet.
+// console or system log; the writer stamps and queues them.
 void forwardToLogFile(const char* message)
 {
-    (void)message;
+    CZeLogger::WriteMessage(message);
 }
 
 } // namespace

@@ -1,0 +1,448 @@
+/*
+ * The log-file writer: one process-wide instance with one background thread.
+ *
+ * Producers stamp a line and append it to the queue under the mutex; the
+ * writer swaps the whole queue out in one step and writes it with the mutex
+ * released, so a producer waits for one append at most. Only the writer
+ * thread touches the file.
+ *
+ * The instance pointer has three states: 0 (not created), 1 (shut down) or
+ * the instance. Every entry counts itself as a user while it holds the
+ * pointer, and shut-down waits for the users to leave before freeing, so an
+ * entry racing with process exit never touches freed memory.
+ */
+#include "CZeLogger.h"
+
+#include <android/log.h>
+#include <pthread.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <chrono>
+#include <condition_variable>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <deque>
+#include <fcntl.h>
+#include <mutex>
+#include <new>
+#include <thread>
+
+#include "CZeDir.h"
+#include "core/log/ZeLoggerInternal.h"
+
+namespace {
+
+constexpr int64_t kFlushIntervalNs = 10LL * 1000 * 1000 * 1000;
+constexpr int64_t kOpenRetryNs = 30LL * 1000 * 1000 * 1000;
+constexpr int kAndroidLogWarn = 5;
+const char kLogTag[] = "tavren";
+
+time_t systemWallClock()
+{
+    return ::time(nullptr);
+}
+
+int64_t systemSteadyClock()
+{
+    return std::chrono::duration_cast<std::chrono::nanoseconds>(
+               std::chrono::steady_clock::now().time_since_epoch())
+        .count();
+}
+
+struct Timing {
+    std::atomic<time_t (*)()> wallClock{systemWallClock};
+    std::atomic<int64_t (*)()> steadyClock{systemSteadyClock};
+    std::atomic<int64_t> flushIntervalNs{kFlushIntervalNs};
+    std::atomic<int64_t> openRetryNs{kOpenRetryNs};
+};
+Timing g_timing;
+
+struct Counters {
+    std::atomic<uint64_t> linesQueued{0};
+    std::atomic<uint64_t> linesHandled{0};
+    std::atomic<uint64_t> linesWritten{0};
+    std::atomic<uint64_t> filesOpened{0};
+    std::atomic<uint64_t> filesClosed{0};
+    std::atomic<uint64_t> openFailures{0};
+};
+Counters g_counters;
+
+void count(std::atomic<uint64_t>& counter, uint64_t n = 1)
+{
+    counter.fetch_add(n, std::memory_order_relaxed);
+}
+
+int64_t steadyNow()
+{
+    return g_timing.steadyClock.load(std::memory_order_relaxed)();
+}
+
+// The local time of the (possibly substituted) wall clock; all fields zero
+// when the conversion fails.
+struct tm localNow()
+{
+    const time_t now = g_timing.wallClock.load(std::memory_order_relaxed)();
+    struct tm local;
+    if (!::localtime_r(&now, &local))
+        std::memset(&local, 0, sizeof local);
+    return local;
+}
+
+bool sameDay(const struct tm& a, const struct tm& b)
+{
+    return a.tm_year == b.tm_year && a.tm_mon == b.tm_mon && a.tm_mday == b.tm_mday;
+}
+
+// strftime into a 64-byte buffer; a failed format gives an empty text.
+CZeByteArray formatTime(const struct tm& t, const char* format)
+{
+    char buffer[64];
+    const size_t n = std::strftime(buffer, sizeof buffer, format, &t);
+    return CZeByteArray(buffer, static_cast<int>(n));
+}
+
+} // namespace
+
+class CZeLoggerPrivate {
+public:
+    CZeLoggerPrivate() : tag(CZeLatin1String("corvidsdklog")) {}
+
+    void run();
+    bool openFile();
+    void closeFile();
+
+    std::thread thread;
+    const CZeString tag;
+    // The writer thread's own state.
+    FILE* file = nullptr;
+    // The descriptor of `file` while it is open, for a forked child (below).
+    std::atomic<int> fileDescriptor{-1};
+    struct tm fileDate {};
+    bool openFailed = false;
+    int64_t openFailedAt = 0;
+    int64_t lastFlush = 0;
+    // The lines taken out of the queue, written with the mutex released.
+    std::deque<CZeByteArray> batch;
+    // Shared, under the mutex.
+    std::condition_variable wake;
+    std::mutex mutex;
+    bool stop = false;
+    CZeString logDir;
+    std::deque<CZeByteArray> queue;
+};
+
+namespace {
+
+constexpr uintptr_t kShutDown = 1;
+std::atomic<uintptr_t> g_instance{0};
+std::atomic<int> g_users{0};
+std::once_flag g_createOnce;
+
+void exitHandler()
+{
+    ZeLoggerShutdown();
+}
+
+// A child made by fork() has the instance but not its thread: it gives up
+// file logging instead of joining a thread it does not have. Its copy of the
+// file's stream may hold lines the parent has yet to flush; the child's exit
+// would write them a second time, so the descriptor under the stream is
+// pointed at /dev/null (only descriptor calls: the stream's lock may have
+// been held by the writer when the process forked).
+CZeLoggerPrivate* g_leftByFork = nullptr; // kept, not freed: its thread is not here
+
+void forkedChild()
+{
+    const uintptr_t v = g_instance.exchange(kShutDown);
+    g_users.store(0);
+    if (v <= kShutDown)
+        return;
+    g_leftByFork = reinterpret_cast<CZeLoggerPrivate*>(v);
+    const int fd = g_leftByFork->fileDescriptor.load();
+    if (fd < 0)
+        return;
+    const int null = ::open("/dev/null", O_WRONLY | O_CLOEXEC);
+    if (null >= 0) {
+        ::dup3(null, fd, O_CLOEXEC);
+        ::close(null);
+    }
+}
+
+void create()
+{
+    // Without memory or a thread there is no writer: file logging stays off.
+    CZeLoggerPrivate* p = nullptr;
+    try {
+        p = new CZeLoggerPrivate; // its queue allocates
+        p->thread = std::thread([p] {
+            try {
+                p->run();
+            } catch (...) {
+                // Out of memory in the writer: it stops, the file is left.
+            }
+        });
+    } catch (...) {
+        delete p;
+        return;
+    }
+    uintptr_t expected = 0;
+    if (!g_instance.compare_exchange_strong(expected, reinterpret_cast<uintptr_t>(p))) {
+        // Shut down before it was ever used.
+        {
+            std::lock_guard<std::mutex> lock(p->mutex);
+            p->stop = true;
+        }
+        p->wake.notify_all();
+        p->thread.join();
+        delete p;
+        return;
+    }
+    pthread_atfork(nullptr, nullptr, forkedChild);
+    std::atexit(exitHandler);
+}
+
+// The live instance for the time of one entry, created on first use; null
+// after shut-down.
+class InstanceUse {
+public:
+    explicit InstanceUse(bool createIfNeeded)
+    {
+        if (createIfNeeded && g_instance.load() == 0)
+            std::call_once(g_createOnce, create);
+        g_users.fetch_add(1);
+        const uintptr_t v = g_instance.load();
+        if (v > kShutDown)
+            m_instance = reinterpret_cast<CZeLoggerPrivate*>(v);
+        else
+            g_users.fetch_sub(1);
+    }
+    ~InstanceUse()
+    {
+        if (m_instance)
+            g_users.fetch_sub(1);
+    }
+    InstanceUse(const InstanceUse&) = delete;
+    InstanceUse& operator=(const InstanceUse&) = delete;
+
+    CZeLoggerPrivate* get() const { return m_instance; }
+
+private:
+    CZeLoggerPrivate* m_instance = nullptr;
+};
+
+} // namespace
+
+void CZeLoggerPrivate::run()
+{
+    std::unique_lock<std::mutex> lock(mutex);
+    while (!stop) {
+        bool timedOut = false;
+        if (queue.empty()) {
+            const int64_t interval = g_timing.flushIntervalNs.load();
+            const int64_t start = steadyNow();
+            const std::cv_status status = wake.wait_for(lock, std::chrono::nanoseconds(interval));
+            timedOut = status == std::cv_status::timeout || steadyNow() - start >= interval;
+            if (stop)
+                break;
+        }
+        lock.unlock();
+
+        if (file && (timedOut || steadyNow() - lastFlush > g_timing.flushIntervalNs.load())) {
+            std::fflush(file);
+            if (!sameDay(localNow(), fileDate)) {
+                // The next line goes to the new day's file.
+                closeFile();
+            }
+            lastFlush = steadyNow();
+        }
+
+        lock.lock();
+        batch.swap(queue);
+        lock.unlock();
+
+        if (!batch.empty()) {
+            if (!file && openFile())
+                lastFlush = steadyNow();
+            if (file) {
+                for (const CZeByteArray& line : batch) {
+                    std::fwrite(line.constData(), 1, static_cast<size_t>(line.size()), file);
+                    std::fputc('\n', file);
+                }
+                count(g_counters.linesWritten, batch.size());
+            }
+            count(g_counters.linesHandled, batch.size());
+        }
+
+        lock.lock();
+        batch.clear();
+    }
+    if (file)
+        closeFile();
+}
+
+void CZeLoggerPrivate::closeFile()
+{
+    // Emptied and forgotten before it is closed: a forked child never sees
+    // a stream that is being closed, nor misses one that holds lines.
+    std::fflush(file);
+    FILE* closing = file;
+    file = nullptr;
+    fileDescriptor.store(-1);
+    std::fclose(closing);
+    count(g_counters.filesClosed);
+}
+
+bool CZeLoggerPrivate::openFile()
+{
+    if (openFailed && steadyNow() - openFailedAt < g_timing.openRetryNs.load())
+        return false;
+    const struct tm local = localNow();
+
+    CZeString folder;
+    {
+        std::lock_guard<std::mutex> lock(mutex);
+        folder = logDir;
+    }
+    CZeString path;
+    if (!folder.isEmpty()) {
+        path = folder;
+        path.append(CZeLatin1String("/corvidsdk"));
+        path.append(CZeLatin1String("/log/"));
+        CZeDir::mkpath(path); // a failure shows as a failed opening
+        const CZeString day = CZeString::fromLatin1(formatTime(local, "%Y-%m-%d"));
+        path.append(CZeString(CZeLatin1String("%1(%2).log"))
+                        .arg(tag, 0, CZeChar(' '))
+                        .arg(day, 0, CZeChar(' ')));
+    }
+    const CZeByteArray native = path.toLocal8Bit();
+    FILE* opened = std::fopen(native.constData(), "a");
+    if (opened) {
+        // Programs the host starts must not inherit the log file.
+        const int fd = ::fileno(opened);
+        ::fcntl(fd, F_SETFD, FD_CLOEXEC);
+        file = opened;
+        fileDescriptor.store(fd);
+        fileDate = local;
+        openFailed = false;
+        count(g_counters.filesOpened);
+        return true;
+    }
+    openFailed = true;
+    openFailedAt = steadyNow();
+    count(g_counters.openFailures);
+    CZeByteArray message("Failed to create log file: ");
+    message.append(native);
+    __android_log_write(kAndroidLogWarn, kLogTag, message.constData());
+    return false;
+}
+
+void CZeLogger::WriteMessage(const char* message)
+{
+    if (!message)
+        return;
+    WriteMessage(CZeByteArray(message));
+}
+
+void CZeLogger::WriteMessage(const CZeString& message)
+{
+    WriteMessage(message.toLocal8Bit());
+}
+
+void CZeLogger::WriteMessage(const CZeByteArray& message)
+{
+    if (message.isEmpty())
+        return;
+    InstanceUse use(true);
+    CZeLoggerPrivate* const p = use.get();
+    if (!p)
+        return;
+
+    const CZeByteArray stamp = formatTime(localNow(), "%Y-%m-%d %H:%M:%S");
+    CZeByteArray line;
+    line.reserve(stamp.size() + 3 + message.size());
+    line.append('[');
+    line.append(stamp);
+    line.append("] ");
+    line.append(message);
+
+    bool wasEmpty;
+    {
+        std::lock_guard<std::mutex> lock(p->mutex);
+        wasEmpty = p->queue.empty();
+        try {
+            p->queue.push_back(std::move(line));
+        } catch (...) {
+            return; // no memory for the queue: the line is lost
+        }
+        count(g_counters.linesQueued);
+    }
+    if (wasEmpty)
+        p->wake.notify_one();
+}
+
+void CZeLogger::SetLogDirPath(const char* path)
+{
+    if (!path)
+        return;
+    const CZeString folder = CZeString::fromLocal8Bit(path);
+    InstanceUse use(true);
+    CZeLoggerPrivate* const p = use.get();
+    if (!p)
+        return;
+    std::lock_guard<std::mutex> lock(p->mutex);
+    p->logDir = folder;
+}
+
+ZeLoggerTiming ZeLoggerDefaultTiming()
+{
+    return ZeLoggerTiming{systemWallClock, systemSteadyClock, kFlushIntervalNs, kOpenRetryNs};
+}
+
+void ZeLoggerSetTiming(const ZeLoggerTiming& timing)
+{
+    g_timing.wallClock.store(timing.wallClock ? timing.wallClock : systemWallClock);
+    g_timing.steadyClock.store(timing.steadyClock ? timing.steadyClock : systemSteadyClock);
+    g_timing.flushIntervalNs.store(timing.flushIntervalNs > 0 ? timing.flushIntervalNs
+                                                              : kFlushIntervalNs);
+    g_timing.openRetryNs.store(timing.openRetryNs >= 0 ? timing.openRetryNs : kOpenRetryNs);
+    InstanceUse use(false);
+    if (CZeLoggerPrivate* p = use.get()) {
+        // Taking the mutex first means the writer is either waiting (and
+        // woken) or has yet to read the new interval.
+        { std::lock_guard<std::mutex> lock(p->mutex); }
+        p->wake.notify_all();
+    }
+}
+
+ZeLoggerCounters ZeLoggerCountersNow()
+{
+    return ZeLoggerCounters{g_counters.linesQueued.load(), g_counters.linesHandled.load(),
+                            g_counters.linesWritten.load(), g_counters.filesOpened.load(),
+                            g_counters.filesClosed.load(), g_counters.openFailures.load()};
+}
+
+ZeLoggerState ZeLoggerCurrentState()
+{
+    const uintptr_t v = g_instance.load();
+    return v == 0 ? ZeLoggerNotCreated : v == kShutDown ? ZeLoggerShutDown : ZeLoggerLive;
+}
+
+void ZeLoggerShutdown()
+{
+    const uintptr_t v = g_instance.exchange(kShutDown);
+    if (v <= kShutDown)
+        return;
+    while (g_users.load() != 0)
+        std::this_thread::yield();
+    CZeLoggerPrivate* p = reinterpret_cast<CZeLoggerPrivate*>(v);
+    {
+        std::lock_guard<std::mutex> lock(p->mutex);
+        p->stop = true;
+    }
+    p->wake.notify_all();
+    if (p->thread.joinable())
+        p->thread.join();
+    delete p; // with any lines still queued
+}

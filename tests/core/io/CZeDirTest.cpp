@@ -1,0 +1,307 @@
+// Directories: making and removing paths, the recursive removal with links,
+// read-only files and failures inside the tree, the temporary folder and path
+// cleaning.
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <climits>
+#include <cstdlib>
+#include <cstring>
+#include <dirent.h>
+#include <fcntl.h>
+#include <string>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "CZeDir.h"
+#include "support/MessageCapture.h"
+#include "support/TemporaryDirectory.h"
+
+namespace {
+
+CZeString name(const std::string& path)
+{
+    return CZeString::fromUtf8(path.c_str());
+}
+
+std::string utf8(const CZeString& s)
+{
+    const CZeByteArray bytes = s.toUtf8();
+    return std::string(bytes.constData(), static_cast<size_t>(bytes.size()));
+}
+
+bool isDir(const std::string& path)
+{
+    struct stat st;
+    return ::lstat(path.c_str(), &st) == 0 && S_ISDIR(st.st_mode);
+}
+
+bool present(const std::string& path)
+{
+    struct stat st;
+    return ::lstat(path.c_str(), &st) == 0;
+}
+
+// The one message captured, which must be a warning.
+std::string onlyWarning(MessageCapture& capture)
+{
+    const auto m = capture.messages();
+    capture.clear();
+    EXPECT_EQ(m.size(), 1u);
+    if (m.size() != 1)
+        return "<" + std::to_string(m.size()) + " messages>";
+    EXPECT_EQ(m[0].priority, 5);
+    return m[0].text;
+}
+
+// Runs the body with the working directory set to `dir`.
+class InDirectory {
+public:
+    explicit InDirectory(const std::string& dir)
+    {
+        char here[PATH_MAX];
+        if (::getcwd(here, sizeof here))
+            m_previous = here;
+        EXPECT_EQ(::chdir(dir.c_str()), 0);
+    }
+    ~InDirectory() { EXPECT_EQ(::chdir(m_previous.c_str()), 0); }
+
+private:
+    std::string m_previous = "/";
+};
+
+// Keeps an environment variable for the test and restores it afterwards.
+class SavedVariable {
+public:
+    explicit SavedVariable(const char* variable) : m_variable(variable)
+    {
+        const char* value = std::getenv(variable);
+        m_wasSet = value != nullptr;
+        if (value)
+            m_value = value;
+    }
+    ~SavedVariable()
+    {
+        if (m_wasSet)
+            ::setenv(m_variable, m_value.c_str(), 1);
+        else
+            ::unsetenv(m_variable);
+    }
+
+private:
+    const char* m_variable;
+    bool m_wasSet = false;
+    std::string m_value;
+};
+
+// Removes a tree through descriptors, whatever the length of its paths.
+void removeAt(int parent, const char* entry)
+{
+    struct stat st;
+    if (::fstatat(parent, entry, &st, AT_SYMLINK_NOFOLLOW) != 0)
+        return;
+    if (S_ISDIR(st.st_mode)) {
+        const int fd = ::openat(parent, entry, O_RDONLY | O_DIRECTORY);
+        if (fd >= 0) {
+            if (DIR* dir = ::fdopendir(::dup(fd))) {
+                while (const dirent* e = ::readdir(dir))
+                    if (std::strcmp(e->d_name, ".") && std::strcmp(e->d_name, ".."))
+                        removeAt(fd, e->d_name);
+                ::closedir(dir);
+            }
+            ::close(fd);
+        }
+        ::unlinkat(parent, entry, AT_REMOVEDIR);
+    } else {
+        ::unlinkat(parent, entry, 0);
+    }
+}
+
+TEST(CZeDir, RelativeAndEmptyPathsAreRefusedWithoutTouchingTheDisk)
+{
+    TemporaryDirectory dir;
+    ASSERT_EQ(::mkdir(dir.file("existing").c_str(), 0755), 0);
+    MessageCapture capture;
+    InDirectory cwd(dir.path());
+
+    EXPECT_FALSE(CZeDir::mkpath(name("made/below")));
+    EXPECT_EQ(onlyWarning(capture), "CZeDir::mkpath: only accept absolute dir path!");
+    EXPECT_FALSE(CZeDir::mkpath(name("./made")));
+    EXPECT_EQ(onlyWarning(capture), "CZeDir::mkpath: only accept absolute dir path!");
+    EXPECT_FALSE(present(dir.file("made")));
+    EXPECT_FALSE(CZeDir::mkpath(CZeString()));
+    EXPECT_EQ(onlyWarning(capture), "CZeDir::mkpath: Empty or null path name");
+    EXPECT_FALSE(CZeDir::mkpath(name("")));
+    EXPECT_EQ(onlyWarning(capture), "CZeDir::mkpath: Empty or null path name");
+
+    EXPECT_FALSE(CZeDir::rmdir(name("existing")));
+    EXPECT_EQ(onlyWarning(capture), "CZeDir::rmdir: only accept absolute dir path!");
+    EXPECT_FALSE(CZeDir::rmdir(CZeString()));
+    EXPECT_EQ(onlyWarning(capture), "CZeDir::rmdir: Empty or null path name");
+
+    EXPECT_FALSE(CZeDir::removeRecursively(name("existing")));
+    EXPECT_EQ(onlyWarning(capture), "CZeDir::removeRecursively: only accept absolute dir path!");
+    EXPECT_FALSE(CZeDir::removeRecursively(CZeString()));
+    EXPECT_EQ(onlyWarning(capture), "CZeDir::removeRecursively: only accept absolute dir path!");
+
+    EXPECT_TRUE(isDir(dir.file("existing")));
+    EXPECT_EQ(dir.entries(), std::vector<std::string>{"existing"});
+}
+
+TEST(CZeDir, MkpathMakesEveryMissingParent)
+{
+    TemporaryDirectory dir;
+    MessageCapture capture;
+    EXPECT_TRUE(CZeDir::mkpath(name(dir.file("a/b/c"))));
+    EXPECT_TRUE(isDir(dir.file("a/b/c")));
+    // An existing directory is success; separators and dots are cleaned first.
+    EXPECT_TRUE(CZeDir::mkpath(name(dir.path() + "//a/./b/../b/c/")));
+    EXPECT_TRUE(CZeDir::mkpath(name(dir.file("a/x//y/"))));
+    EXPECT_TRUE(isDir(dir.file("a/x/y")));
+    // Through a link to a directory.
+    ASSERT_EQ(::symlink("a/b", dir.file("to-b").c_str()), 0);
+    EXPECT_TRUE(CZeDir::mkpath(name(dir.file("to-b/d"))));
+    EXPECT_TRUE(isDir(dir.file("a/b/d")));
+    EXPECT_EQ(capture.count(), 0u);
+
+    // A file in the way cannot become a directory, also for root.
+    ASSERT_TRUE(writeFileText(dir.file("plain"), "x"));
+    EXPECT_FALSE(CZeDir::mkpath(name(dir.file("plain"))));
+    EXPECT_FALSE(CZeDir::mkpath(name(dir.file("plain/sub"))));
+    EXPECT_EQ(readFileText(dir.file("plain")), "x");
+}
+
+TEST(CZeDir, RmdirRemovesOneEmptyDirectory)
+{
+    TemporaryDirectory dir;
+    ASSERT_TRUE(CZeDir::mkpath(name(dir.file("a/b"))));
+    EXPECT_FALSE(CZeDir::rmdir(name(dir.file("a")))); // not empty
+    EXPECT_TRUE(CZeDir::rmdir(name(dir.file("a/b"))));
+    EXPECT_FALSE(present(dir.file("a/b")));
+    EXPECT_TRUE(isDir(dir.file("a")));
+    EXPECT_FALSE(CZeDir::rmdir(name(dir.file("a/b")))); // gone already
+}
+
+TEST(CZeDir, RemoveRecursivelyTakesTheWholeTreeButNoLinkTarget)
+{
+    TemporaryDirectory dir;
+    const std::string tree = dir.file("tree");
+    ASSERT_TRUE(CZeDir::mkpath(name(tree + "/sub/deeper")));
+    ASSERT_TRUE(writeFileText(tree + "/top.txt", "1"));
+    ASSERT_TRUE(writeFileText(tree + "/.hidden", "2"));
+    ASSERT_TRUE(writeFileText(tree + "/sub/deeper/leaf", "3"));
+    // Read-only files.
+    ASSERT_TRUE(writeFileText(tree + "/sub/read-only", "4"));
+    ASSERT_EQ(::chmod((tree + "/sub/read-only").c_str(), 0444), 0);
+    ASSERT_TRUE(writeFileText(tree + "/sub/deeper/also-read-only", "5"));
+    ASSERT_EQ(::chmod((tree + "/sub/deeper/also-read-only").c_str(), 0400), 0);
+    // Links to a folder and a file outside the tree, and one to nothing.
+    const std::string outside = dir.file("outside");
+    ASSERT_TRUE(CZeDir::mkpath(name(outside + "/inner")));
+    ASSERT_TRUE(writeFileText(outside + "/kept.txt", "keep"));
+    ASSERT_EQ(::symlink(outside.c_str(), (tree + "/link-to-dir").c_str()), 0);
+    ASSERT_EQ(::symlink((outside + "/kept.txt").c_str(), (tree + "/sub/link-to-file").c_str()), 0);
+    ASSERT_EQ(::symlink("nowhere", (tree + "/dangling").c_str()), 0);
+
+    MessageCapture capture;
+    EXPECT_TRUE(CZeDir::removeRecursively(name(tree)));
+    EXPECT_FALSE(present(tree));
+    EXPECT_EQ(readFileText(outside + "/kept.txt"), "keep");
+    EXPECT_TRUE(isDir(outside + "/inner"));
+    EXPECT_EQ(capture.count(), 0u);
+}
+
+TEST(CZeDir, RemoveRecursivelyLeavesWhatIsNoDirectory)
+{
+    TemporaryDirectory dir;
+    EXPECT_TRUE(CZeDir::removeRecursively(name(dir.file("missing"))));
+    ASSERT_TRUE(writeFileText(dir.file("file"), "x"));
+    EXPECT_TRUE(CZeDir::removeRecursively(name(dir.file("file"))));
+    EXPECT_EQ(readFileText(dir.file("file")), "x");
+    // The path itself is a link: neither the link nor its target is touched.
+    ASSERT_TRUE(CZeDir::mkpath(name(dir.file("target"))));
+    ASSERT_TRUE(writeFileText(dir.file("target/in"), "y"));
+    ASSERT_EQ(::symlink("target", dir.file("link").c_str()), 0);
+    EXPECT_TRUE(CZeDir::removeRecursively(name(dir.file("link"))));
+    EXPECT_TRUE(present(dir.file("link")));
+    EXPECT_EQ(readFileText(dir.file("target/in")), "y");
+}
+
+// An entry whose path is longer than the system takes cannot be removed by
+// path, whatever the privileges: a failure that root meets too.
+TEST(CZeDir, RemoveRecursivelyGoesOnAfterAFailure)
+{
+    TemporaryDirectory dir;
+    const std::string tree = dir.file("tree");
+    ASSERT_TRUE(CZeDir::mkpath(name(tree + "/before")));
+    ASSERT_TRUE(writeFileText(tree + "/a-file", "a"));
+    ASSERT_TRUE(writeFileText(tree + "/z-file", "z"));
+    ASSERT_TRUE(writeFileText(tree + "/before/inner", "b"));
+    int fd = ::open(tree.c_str(), O_RDONLY | O_DIRECTORY);
+    ASSERT_GE(fd, 0);
+    const std::string part(200, 'd');
+    for (int depth = 0; depth < 24; ++depth) { // about 4,800 bytes of path
+        ASSERT_EQ(::mkdirat(fd, part.c_str(), 0755), 0);
+        const int next = ::openat(fd, part.c_str(), O_RDONLY | O_DIRECTORY);
+        ::close(fd);
+        ASSERT_GE(next, 0);
+        fd = next;
+    }
+    const int leaf = ::openat(fd, "leaf", O_WRONLY | O_CREAT, 0644);
+    ASSERT_GE(leaf, 0);
+    ::close(leaf);
+    ::close(fd);
+
+    EXPECT_FALSE(CZeDir::removeRecursively(name(tree)));
+    EXPECT_TRUE(isDir(tree));
+    // Everything that could be removed was removed.
+    EXPECT_FALSE(present(tree + "/a-file"));
+    EXPECT_FALSE(present(tree + "/z-file"));
+    EXPECT_FALSE(present(tree + "/before"));
+    EXPECT_TRUE(isDir(tree + "/" + part));
+
+    const int root = ::open(dir.path().c_str(), O_RDONLY | O_DIRECTORY);
+    ASSERT_GE(root, 0);
+    removeAt(root, "tree");
+    ::close(root);
+}
+
+TEST(CZeDir, TempPathComesFromTmpdirOrIsTmp)
+{
+    SavedVariable saved("TMPDIR");
+    ::unsetenv("TMPDIR");
+    EXPECT_EQ(utf8(CZeDir::tempPath()), "/tmp");
+    ::setenv("TMPDIR", "", 1);
+    EXPECT_EQ(utf8(CZeDir::tempPath()), "/tmp");
+    ::setenv("TMPDIR", "/var//scratch/./files/", 1);
+    EXPECT_EQ(utf8(CZeDir::tempPath()), "/var/scratch/files");
+    ::setenv("TMPDIR", "/data/caf\xc3\xa9", 1);
+    EXPECT_EQ(utf8(CZeDir::tempPath()), "/data/caf\xc3\xa9");
+}
+
+TEST(CZeDir, CleanPath)
+{
+    const struct {
+        const char* in;
+        const char* out;
+    } cases[] = {
+        {"", ""},
+        {"/", "/"},
+        {"//", "/"},
+        {"/a//b///c/", "/a/b/c"},
+        {"/a/./b/.", "/a/b"},
+        {"/a/b/../c", "/a/c"},
+        {"/a/b/../../..", "/"},
+        {"/../a", "/a"},
+        {"/a/..b/.c/", "/a/..b/.c"},
+        {"a/../..", ".."},
+        {"../../a/../b", "../../b"},
+        {"a/b/../..", "."},
+        {"./", "."},
+        {"a", "a"},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(utf8(CZeDir::cleanPath(name(c.in))), c.out) << "for \"" << c.in << '"';
+}
+
+} // namespace

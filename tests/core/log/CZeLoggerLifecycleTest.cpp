@@ -1,0 +1,167 @@
+// The log-file writer's life: what happens before a folder is set, the
+// shut-down at process exit, calls after it, and a forked child. Each case
+// runs in a child process of its own, where the writer starts from nothing;
+// this program itself never creates the writer.
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "CZeLogger.h"
+#include "LoggerTestSupport.h"
+#include "support/MessageCapture.h"
+#include "support/TemporaryDirectory.h"
+
+namespace {
+
+// In a child: reports the failed expectation and ends the child.
+void check(bool ok, const char* what)
+{
+    if (!ok) {
+        std::fprintf(stderr, "child check failed: %s\n", what);
+        std::fflush(stderr);
+        ::_exit(3);
+    }
+}
+
+const time_t kDay = localTime(2032, 6, 1, 12, 0, 0);
+
+void childBeforeAFolder(const std::string& folder)
+{
+    FakeClocks::wall = kDay;
+    FakeClocks::install(5 * kMillisecond, true);
+    MessageCapture capture;
+    check(ZeLoggerCurrentState() == ZeLoggerNotCreated, "fresh writer");
+
+    CZeLogger::WriteMessage("early one");
+    check(waitHandled(1), "first line handled");
+    auto messages = capture.messages();
+    check(messages.size() == 1, "one warning");
+    check(messages[0].priority == 5 && messages[0].tag == "tavren", "warning priority and tag");
+    check(messages[0].text == "Failed to create log file: ", "warning with an empty path");
+
+    CZeLogger::WriteMessage("early two");
+    check(waitHandled(2), "second line handled");
+    check(capture.count() == 1, "no second warning within 30 seconds");
+
+    // The folder counts from the next attempt, which waits for the back-off.
+    CZeLogger::SetLogDirPath(folder.c_str());
+    CZeLogger::WriteMessage("three");
+    check(waitHandled(3), "third line handled");
+    check(fileSizeOf(folder + "/corvidsdk") == -1, "nothing made within the back-off");
+
+    FakeClocks::steady += 30 * kSecond;
+    CZeLogger::WriteMessage("four");
+    check(waitHandled(4), "fourth line handled");
+    const ZeLoggerCounters c = ZeLoggerCountersNow();
+    check(c.linesWritten == 1 && c.openFailures == 1 && c.filesOpened == 1, "one line written");
+    check(capture.count() == 1, "no warning for the working folder");
+    std::exit(0);
+}
+
+TEST(CZeLoggerLifecycle, LinesBeforeAFolderAreDroppedWithOneWarning)
+{
+    TemporaryDirectory dir;
+    EXPECT_EXIT(childBeforeAFolder(dir.path()), ::testing::ExitedWithCode(0), "");
+    EXPECT_EQ(readFileText(logFileOf(dir.path(), kDay)), "[2032-06-01 12:00:00] four\n");
+}
+
+std::string g_laterFolder;
+
+// Registered before the writer exists, so it runs after the writer's own
+// exit handler has shut it down.
+void callsAfterShutdown()
+{
+    check(ZeLoggerCurrentState() == ZeLoggerShutDown, "shut down at exit");
+    const uint64_t queued = ZeLoggerCountersNow().linesQueued;
+    CZeLogger::WriteMessage("after exit");
+    CZeLogger::WriteMessage(CZeString::fromUtf8("after exit too"));
+    CZeLogger::SetLogDirPath(g_laterFolder.c_str());
+    ZeLoggerShutdown();
+    check(ZeLoggerCurrentState() == ZeLoggerShutDown, "not created again");
+    check(ZeLoggerCountersNow().linesQueued == queued, "nothing queued after shut-down");
+}
+
+void childShutDownAtExit(const std::string& folder, const std::string& laterFolder)
+{
+    g_laterFolder = laterFolder;
+    std::atexit(callsAfterShutdown);
+    // The default flush interval: the line stays in the stream's buffer until
+    // the file is closed at shut-down.
+    FakeClocks::wall = kDay;
+    ZeLoggerTiming t = ZeLoggerDefaultTiming();
+    t.wallClock = FakeClocks::wallNow;
+    ZeLoggerSetTiming(t);
+    CZeLogger::SetLogDirPath(folder.c_str());
+    CZeLogger::WriteMessage("written before exit");
+    check(waitHandled(1), "line handled");
+    check(ZeLoggerCountersNow().linesWritten == 1, "line written");
+    std::exit(0);
+}
+
+TEST(CZeLoggerLifecycle, ExitClosesTheFileAndLaterCallsDoNothing)
+{
+    TemporaryDirectory dir, later;
+    EXPECT_EXIT(childShutDownAtExit(dir.path(), later.path()), ::testing::ExitedWithCode(0), "");
+    EXPECT_EQ(readFileText(logFileOf(dir.path(), kDay)), "[2032-06-01 12:00:00] written before exit\n");
+    EXPECT_TRUE(later.entries().empty());
+}
+
+void childExplicitShutdown(const std::string& folder)
+{
+    FakeClocks::wall = kDay;
+    FakeClocks::install(5 * kMillisecond);
+    CZeLogger::SetLogDirPath(folder.c_str());
+    CZeLogger::WriteMessage("one");
+    check(waitHandled(1), "line handled");
+    ZeLoggerShutdown();
+    check(ZeLoggerCurrentState() == ZeLoggerShutDown, "shut down");
+    check(ZeLoggerCountersNow().filesClosed == 1, "file closed");
+    CZeLogger::WriteMessage("two");
+    check(ZeLoggerCountersNow().linesQueued == 1, "nothing queued after shut-down");
+    std::exit(0);
+}
+
+TEST(CZeLoggerLifecycle, ShutDownIsFinal)
+{
+    TemporaryDirectory dir;
+    EXPECT_EXIT(childExplicitShutdown(dir.path()), ::testing::ExitedWithCode(0), "");
+    EXPECT_EQ(readFileText(logFileOf(dir.path(), kDay)), "[2032-06-01 12:00:00] one\n");
+}
+
+void childThatForks(const std::string& folder)
+{
+    FakeClocks::wall = kDay;
+    FakeClocks::install(5 * kMillisecond);
+    CZeLogger::SetLogDirPath(folder.c_str());
+    CZeLogger::WriteMessage("before fork");
+    check(waitHandled(1), "line handled");
+    const pid_t pid = ::fork();
+    check(pid >= 0, "fork");
+    if (pid == 0) {
+        // The copy has the writer's state but not its thread.
+        check(ZeLoggerCurrentState() == ZeLoggerShutDown, "forked child gives up");
+        CZeLogger::WriteMessage("from the forked child");
+        check(ZeLoggerCountersNow().linesQueued == 1, "nothing queued in the forked child");
+        std::exit(0); // the exit handler must not wait for a thread it lacks
+    }
+    int status = 0;
+    check(::waitpid(pid, &status, 0) == pid, "wait");
+    check(WIFEXITED(status) && WEXITSTATUS(status) == 0, "forked child exited cleanly");
+    CZeLogger::WriteMessage("after fork");
+    check(waitHandled(2), "second line handled");
+    std::exit(0);
+}
+
+TEST(CZeLoggerLifecycle, AForkedChildLeavesTheFileToItsParent)
+{
+    TemporaryDirectory dir;
+    EXPECT_EXIT(childThatForks(dir.path()), ::testing::ExitedWithCode(0), "");
+    EXPECT_EQ(readFileText(logFileOf(dir.path(), kDay)),
+              "[2032-06-01 12:00:00] before fork\n[2032-06-01 12:00:00] after fork\n");
+}
+
+} // namespace
