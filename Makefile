@@ -4,14 +4,15 @@
 #   make test-sanitize   run the tests under AddressSanitizer + UndefinedBehaviorSanitizer
 #   make bench           build and run the benchmarks
 #   make fuzz            build the libFuzzer targets (clang) and run each for FUZZ_SECONDS
+#   make fuzz-corpus     run each libFuzzer target once over its committed corpus (CI)
 #   make demo            build everything and render the demo chart into build/demo
 JOBS ?= $(shell nproc)
 GEN := $(shell command -v ninja >/dev/null 2>&1 && echo "-G Ninja")
 CTEST := ctest --output-on-failure -j $(JOBS)
 FUZZ_SECONDS ?= 60
-FUZZ_TARGETS := fuzz_uncompress fuzz_string_number
+FUZZ_TARGETS := fuzz_uncompress fuzz_string_number fuzz_lut_file fuzz_utf8 fuzz_text_decoder
 
-.PHONY: all deps deps-arm64 build test test-arm64 test-sanitize bench fuzz demo clean
+.PHONY: all deps deps-arm64 build test test-arm64 test-sanitize bench fuzz fuzz-corpus demo clean
 
 all: build
 
@@ -74,6 +75,15 @@ fuzz: deps build/fuzz/CMakeCache.txt
 	  echo "=== $$t for $(FUZZ_SECONDS) s" && \
 	  build/fuzz/fuzz/$$t -max_total_time=$(FUZZ_SECONDS) -print_final_stats=1 \
 	    -artifact_prefix=build/fuzz/ build/fuzz/corpus/$$t fuzz/corpus/$$t || exit 1; \
+	done
+
+# A regression check, not a campaign: every committed input once, no mutation.
+fuzz-corpus: deps build/fuzz/CMakeCache.txt
+	cmake --build build/fuzz -j $(JOBS)
+	@for t in $(FUZZ_TARGETS); do \
+	  echo "=== $$t over fuzz/corpus/$$t ($$(ls fuzz/corpus/$$t | wc -l) inputs)" && \
+	  build/fuzz/fuzz/$$t fuzz/corpus/$$t/* > build/fuzz/$$t.log 2>&1 || \
+	    { cat build/fuzz/$$t.log; exit 1; }; \
 	done
 
 demo: build

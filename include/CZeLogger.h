@@ -14,6 +14,11 @@
  * queued at the latest. Messages that the debug log is asked to save (or all of them, with
  * CZeDebugLog::SetForceSaveLogToFile) come here as well.
  *
+ * When the day's file is removed or replaced under its name (a user clearing
+ * the app's files, say, folders and all), the writer notices before it
+ * writes the next lines and opens the file the name leads to, creating the
+ * folders again; the lines written meanwhile went to the removed file.
+ *
  * Until a directory is set, lines are dropped, and a failed file opening
  * ("Failed to create log file: <path>" in the Android log) drops the lines
  * at hand and blocks new attempts for 30 seconds. The writer is created by the

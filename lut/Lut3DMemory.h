@@ -4,9 +4,9 @@
  * Lut3DAlignedFree, never with delete.
  *
  * Lut3DAlignedAlloc is also the one allocation point of the table loader:
- * its records and its level array come from here too, so a
- * test can make any single allocation of a load fail
- * (Lut3DFailAllocationAfter) and check that nothing leaks.
+ * its records and its level array come from here too, so a test can count
+ * the allocations of one load (Lut3DAllocationCount), then make each of
+ * them fail in turn (Lut3DFailAllocationAfter) and check that nothing leaks.
  *
  *   Lut3DTable* t = Lut3DNewRecord<Lut3DTable>();   // value-initialised, or null
  *   Lut3DDeleteRecord(t);
@@ -27,6 +27,11 @@ void Lut3DAlignedFree(void* block);
 // a negative count turns the hook off (the default). Not thread-aware beyond
 // the counter itself; meant for single-threaded tests.
 void Lut3DFailAllocationAfter(long count);
+
+// Test hook: allocations asked of Lut3DAlignedAlloc since the process
+// started, failed ones included. The difference across a call is the number
+// of allocations that call made.
+unsigned long Lut3DAllocationCount();
 
 // A value-initialised record in a block of the allocation point; null when
 // the block cannot be had.

@@ -15,6 +15,7 @@
 
 #include <android/log.h>
 #include <pthread.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <atomic>
@@ -112,6 +113,7 @@ public:
     void run();
     bool openFile();
     void closeFile();
+    bool fileStillNamed() const;
 
     std::thread thread;
     const CZeString tag;
@@ -119,6 +121,8 @@ public:
     FILE* file = nullptr;
     // The descriptor of `file` while it is open, for a forked child (below).
     std::atomic<int> fileDescriptor{-1};
+    // The path `file` was opened under.
+    CZeByteArray filePath;
     struct tm fileDate {};
     bool openFailed = false;
     int64_t openFailedAt = 0;
@@ -263,6 +267,10 @@ void CZeLoggerPrivate::run()
         lock.unlock();
 
         if (!batch.empty()) {
+            // Lines for a file that was removed (or replaced) under its name
+            // would be lost: the batch goes to the file the name leads to now.
+            if (file && !fileStillNamed())
+                closeFile();
             if (!file && openFile())
                 lastFlush = steadyNow();
             if (file) {
@@ -294,6 +302,18 @@ void CZeLoggerPrivate::closeFile()
     count(g_counters.filesClosed);
 }
 
+// False when the open file is no longer the one its path names: removed,
+// say with its folder by a user clearing the app's files, or replaced.
+bool CZeLoggerPrivate::fileStillNamed() const
+{
+    struct stat held, named;
+    if (::fstat(::fileno(file), &held) != 0)
+        return true; // nothing known better: keep it
+    if (held.st_nlink == 0 || ::stat(filePath.constData(), &named) != 0)
+        return false;
+    return held.st_dev == named.st_dev && held.st_ino == named.st_ino;
+}
+
 bool CZeLoggerPrivate::openFile()
 {
     if (openFailed && steadyNow() - openFailedAt < g_timing.openRetryNs.load())
@@ -323,6 +343,7 @@ bool CZeLoggerPrivate::openFile()
         const int fd = ::fileno(opened);
         ::fcntl(fd, F_SETFD, FD_CLOEXEC);
         file = opened;
+        filePath = native;
         fileDescriptor.store(fd);
         fileDate = local;
         openFailed = false;

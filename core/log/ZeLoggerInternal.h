@@ -38,7 +38,7 @@ struct ZeLoggerCounters {
     uint64_t linesHandled;  // lines the writer took and wrote or dropped
     uint64_t linesWritten;  // of those, the lines written to a file
     uint64_t filesOpened;
-    uint64_t filesClosed;   // by the date check or at shut-down
+    uint64_t filesClosed;   // by the date check, when removed or replaced, or at shut-down
     uint64_t openFailures;
 };
 ZeLoggerCounters ZeLoggerCountersNow();

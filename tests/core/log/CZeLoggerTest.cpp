@@ -1,6 +1,7 @@
 // The log-file writer while it runs: line format and order, the file of the
-// day, the debug log's file sink, many producers at once, the day change and
-// the back-off after a failed opening.
+// day, the debug log's file sink, many producers at once, the day change,
+// a file removed or replaced under its name and the back-off after a failed
+// opening.
 //
 // The writer is one per process and keeps its file open across tests, so
 // every test writes on a day of its own: the writer's date check closes the
@@ -15,6 +16,7 @@
 #include <vector>
 
 #include "CZeDebugLog.h"
+#include "CZeDir.h"
 #include "CZeLogger.h"
 #include "core/log/CZeMessageLogger.h"
 #include "LoggerTestSupport.h"
@@ -223,6 +225,30 @@ TEST_F(CZeLoggerTest, ANewDayStartsANewFileAfterTheDateCheck)
 }
 
 // A folder below a plain file cannot be made, whatever the privileges.
+// Without this the writer kept appending to the removed file for the rest of
+// the day, and every later line was lost.
+TEST_F(CZeLoggerTest, AFileRemovedOrReplacedUnderItsNameIsOpenedAgain)
+{
+    TemporaryDirectory dir;
+    const time_t when = localTime(2031, 1, 20, 8, 0, 0);
+    startDay(dir.path(), when);
+    const std::string path = logFileOf(dir.path(), when);
+    CZeLogger::WriteMessage("before");
+    EXPECT_EQ(waitForLines(path, 1), "[2031-01-20 08:00:00] before\n");
+
+    // The folders go with the file; the writer makes them again.
+    ASSERT_TRUE(CZeDir::removeRecursively(CZeString::fromUtf8((dir.path() + "/corvidsdk").c_str())));
+    ASSERT_EQ(fileSizeOf(path), -1);
+    CZeLogger::WriteMessage("after removal");
+    EXPECT_EQ(waitForLines(path, 1), "[2031-01-20 08:00:00] after removal\n");
+
+    // Another file renamed over it is continued.
+    ASSERT_TRUE(writeFileText(path + ".new", "other\n"));
+    ASSERT_EQ(std::rename((path + ".new").c_str(), path.c_str()), 0);
+    CZeLogger::WriteMessage("after replacement");
+    EXPECT_EQ(waitForLines(path, 2), "other\n[2031-01-20 08:00:00] after replacement\n");
+}
+
 TEST_F(CZeLoggerTest, AFailedOpeningBacksOffForThirtySeconds)
 {
     TemporaryDirectory dir;
