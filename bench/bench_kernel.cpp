@@ -122,7 +122,7 @@ struct Size {
 constexpr Size kSizes[] = {{1280, 720}, {1920, 1080}, {3840, 2160}};
 
 // Worker counts of the public-interface cases; 1 renders on the caller's thread.
-constexpr uint32_t kThreadCounts[] = {1};
+constexpr uint32_t kThreadCounts[] = {1, 2};
 
 enum class Content { Camera, Noise };
 
