@@ -15,6 +15,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <string>
 #include <vector>
 
 #include "CZeByteArray.h"
@@ -134,6 +135,13 @@ void decodeAndReencode(const uint8_t* data, size_t size)
     check(reported == replaced);
     check(unitsOf(s) == expected);
     check(unitsOf(CZeString::fromUtf8(text, int(size))) == expected);
+    check(unitsOf(CZeString::fromLocal8Bit(text, int(size))) == expected);
+
+    // A negative size reads up to the first zero byte.
+    const std::string terminated(text, size);
+    const size_t zero = std::strlen(terminated.c_str());
+    bool unused = false;
+    check(unitsOf(CZeString::fromUtf8(terminated.c_str())) == plainDecode(data, zero, &unused));
     check(noLoneSurrogate(reinterpret_cast<const unsigned short*>(s.unicode()), size_t(s.size())));
 
     const CZeByteArray encoded = s.toUtf8();
