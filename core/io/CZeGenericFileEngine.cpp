@@ -174,6 +174,10 @@ bool CZeGenericFileEngine::flush()
 // either direction; the device may switch at any byte.
 bool CZeGenericFileEngine::prepareFor(LastTransfer transfer)
 {
+    if (!m_stream) {
+        setErrorFromErrno(CZeFileDevice::UnspecifiedError, EBADF);
+        return false;
+    }
     if (m_lastTransfer != NoTransfer && m_lastTransfer != transfer) {
         const int r = m_lastTransfer == Writing ? std::fflush(m_stream)
                                                 : ::fseeko(m_stream, 0, SEEK_CUR);
@@ -221,10 +225,6 @@ bool CZeGenericFileEngine::seek(int64_t pos)
 
 int64_t CZeGenericFileEngine::read(char* data, int64_t maxSize)
 {
-    if (!m_stream) {
-        setErrorFromErrno(CZeFileDevice::UnspecifiedError, EBADF);
-        return -1;
-    }
     if (!prepareFor(Reading))
         return -1;
     int64_t count = 0;
@@ -246,10 +246,6 @@ int64_t CZeGenericFileEngine::read(char* data, int64_t maxSize)
 
 int64_t CZeGenericFileEngine::readLine(char* data, int64_t maxSize)
 {
-    if (!m_stream) {
-        setErrorFromErrno(CZeFileDevice::UnspecifiedError, EBADF);
-        return -1;
-    }
     if (!prepareFor(Reading))
         return -1;
     int64_t count = 0;
@@ -276,10 +272,6 @@ int64_t CZeGenericFileEngine::readLine(char* data, int64_t maxSize)
 
 int64_t CZeGenericFileEngine::write(const char* data, int64_t size)
 {
-    if (!m_stream) {
-        setErrorFromErrno(CZeFileDevice::UnspecifiedError, EBADF);
-        return -1;
-    }
     if (!prepareFor(Writing))
         return -1;
     int64_t count = 0;

@@ -86,6 +86,8 @@ private:
     };
     enum LastTransfer { NoTransfer, Reading, Writing };
 
+    // Refuses a closed stream (EBADF) and flushes or repositions when the
+    // stream switches between reading and writing.
     bool prepareFor(LastTransfer transfer);
     void unmapAll();
 
