@@ -31,7 +31,7 @@
 #include "ZeLut3D.h"
 #include "lut/Lut3DMemory.h"
 #include "lut/Lut3DTableBuilder.h"
-#include "lut/kernel/Lut3DKernel.h"
+#include "lut/Lut3DRender.h"
 
 #if defined(__GLIBC__)
 #include <cerrno>
@@ -190,7 +190,7 @@ const Frame& cachedFrame(Size s, Content content)
 }
 
 struct TableDeleter {
-    void operator()(Lut3DTable* t) const { Lut3DTableFree(t); }
+    void operator()(Lut3DTable* t) const { ZecLut3DDestroyTable(t); }
 };
 using TablePtr = std::unique_ptr<Lut3DTable, TableDeleter>;
 
@@ -246,19 +246,6 @@ void report(benchmark::State& state, double seconds, uint64_t allocations, Size 
         state.counters["speedup"] = referenceTimes()[caseName] / msPerFrame;
 }
 
-// The caller's-thread walk of the driver, through one named variant.
-void renderRowPairs(const Lut3DKernelOps* ops, const Lut3DEffect& e, const Frame& src, Frame& dst)
-{
-    Frame& in = const_cast<Frame&>(src);
-    uint32_t y = 0;
-    for (; y + 1 < src.height; y += 2)
-        Lut3DKernelRowPair(ops, &e, in.lumaRow(y), in.lumaRow(y + 1), in.chromaRow(y / 2),
-                           dst.lumaRow(y), dst.lumaRow(y + 1), dst.chromaRow(y / 2), false);
-    if (y < src.height)
-        Lut3DKernelRowPair(ops, &e, in.lumaRow(y), in.lumaRow(y), in.chromaRow(y / 2),
-                           dst.lumaRow(y), dst.lumaRow(y), dst.chromaRow(y / 2), false);
-}
-
 void benchRowPairs(benchmark::State& state, Lut3DKernelVariant variant, Size s, bool uniform,
                    Content content, const std::string& caseName)
 {
@@ -267,23 +254,16 @@ void benchRowPairs(benchmark::State& state, Lut3DKernelVariant variant, Size s, 
         state.SkipWithError("variant not supported by this CPU");
         return;
     }
-    const Frame& src = cachedFrame(s, content);
+    Frame src = cachedFrame(s, content);
     Frame dst = src;
+    const Lut3DFrame sd = src.descriptor(), dd = dst.descriptor();
     const Lut3DTable* table = cachedTable(uniform);
-    std::unique_ptr<Lut3DConstants, void (*)(void*)> k(
-        static_cast<Lut3DConstants*>(Lut3DAlignedAlloc(sizeof(Lut3DConstants))), Lut3DAlignedFree);
-    std::memset(k.get(), 0, sizeof(Lut3DConstants));
-    Lut3DBuildConstants(k.get(), table, 1, 0); // BT.709 video range
-    Lut3DEffect e{};
-    e.constants = k.get();
-    e.table = const_cast<Lut3DTable*>(table);
-    e.width = s.width;
-    e.height = static_cast<int32_t>(s.height);
 
     const uint64_t allocationsBefore = allocationCount();
     const Stopwatch watch(false);
     for (auto _ : state) {
-        renderRowPairs(ops, e, src, dst);
+        // The driver's caller's-thread walk with this variant, BT.709 video range.
+        Lut3DRenderWithVariant(variant, table, sd, dd, 0, 1, 0, s.width, s.height);
         benchmark::DoNotOptimize(dst.luma.data());
         benchmark::ClobberMemory();
     }

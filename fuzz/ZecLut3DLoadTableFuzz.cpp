@@ -21,9 +21,7 @@
 
 #include "CZeDebugLog.h"
 #include "ZeLut3D.h"
-#include "lut/Lut3DMemory.h"
-#include "lut/Lut3DTypes.h"
-#include "lut/kernel/Lut3DKernel.h"
+#include "lut/Lut3DRender.h"
 
 namespace {
 
@@ -77,23 +75,8 @@ void fillPadding(Lut3DTable* table, uint8_t value)
 Frame referenceRender(Lut3DTable* table, uint32_t format, uint32_t matrix, int32_t range)
 {
     Frame source, out;
-    Lut3DEffect effect{};
-    Lut3DConstants constants{};
-    Lut3DBuildConstants(&constants, table, matrix, range);
-    effect.constants = &constants;
-    effect.table = table;
-    effect.pixelFormat = format;
-    effect.colourMatrix = matrix;
-    effect.range = range;
-    effect.width = kWidth;
-    effect.height = kHeight;
-    for (uint32_t y = 0; y < kHeight; y += 2) {
-        const uint32_t y1 = y + 1 < kHeight ? y + 1 : y;
-        Lut3DKernelRowPair(&kLut3DKernelReference, &effect, &source.luma[y * kWidth],
-                           &source.luma[y1 * kWidth], &source.chroma[y / 2 * kWidth],
-                           &out.luma[y * kWidth], &out.luma[y1 * kWidth],
-                           &out.chroma[y / 2 * kWidth], format == 1);
-    }
+    check(Lut3DRenderWithVariant(Lut3DKernelVariant::Reference, table, source.descriptor(),
+                                 out.descriptor(), format, matrix, range, kWidth, kHeight));
     return out;
 }
 

@@ -48,7 +48,9 @@ ZE_EXPORT Lut3DTable* ZecLut3DLoadTableFromFile(const char* path);
 ZE_EXPORT void ZecLut3DDestroyTable(Lut3DTable* table);
 
 /* Creates an effect. threadCount 1 renders on the calling thread, 0 uses one
- * worker per online processor, n >= 2 uses exactly n workers. Never NULL. */
+ * worker per online processor, n >= 2 uses exactly n workers. When the
+ * workers cannot all be started the effect renders on the calling thread
+ * instead. Returns NULL only when memory for the effect itself runs out. */
 ZE_EXPORT Lut3DEffect* ZecLut3DCreateEffect(uint32_t threadCount);
 
 /* Stops the effect's workers and frees it. NULL is ignored. */

@@ -1,15 +1,16 @@
 /*
  * 64-byte aligned blocks for the effect's large buffers (grid, index table,
- * raw entries, constants block). Every such block is released with
- * Lut3DAlignedFree, never with delete.
- *
- * Lut3DAlignedAlloc is also the one allocation point of the table loader:
- * its records and its level array come from here too, so a test can count
- * the allocations of one load (Lut3DAllocationCount), then make each of
- * them fail in turn (Lut3DFailAllocationAfter) and check that nothing leaks.
+ * raw entries, level values, constants block) and for its records. Every
+ * such block is released with Lut3DAlignedFree, never with delete.
  *
  *   Lut3DTable* t = Lut3DNewRecord<Lut3DTable>();   // value-initialised, or null
  *   Lut3DDeleteRecord(t);
+ *
+ * Lut3DAlignedAlloc is the one allocation point of loading and building a
+ * table and sits alone in its own source file: a test program that defines
+ * it links its own version in place of the library's (from the static form
+ * of the library) and can then fail any allocation it likes, while the
+ * shipped library pays nothing for that.
  */
 #ifndef LUT3DMEMORY_H
 #define LUT3DMEMORY_H
@@ -22,16 +23,6 @@ constexpr size_t kLut3DAlignment = 64;
 // Returns null when the block cannot be had (never throws).
 void* Lut3DAlignedAlloc(size_t bytes);
 void Lut3DAlignedFree(void* block);
-
-// Test hook: the allocation after `count` more successful ones fails, once;
-// a negative count turns the hook off (the default). Not thread-aware beyond
-// the counter itself; meant for single-threaded tests.
-void Lut3DFailAllocationAfter(long count);
-
-// Test hook: allocations asked of Lut3DAlignedAlloc since the process
-// started, failed ones included. The difference across a call is the number
-// of allocations that call made.
-unsigned long Lut3DAllocationCount();
 
 // A value-initialised record in a block of the allocation point; null when
 // the block cannot be had.

@@ -8,30 +8,6 @@
 
 namespace {
 
-constexpr float kUniformTolerance = 0.001953125f; // 1/512
-
-// Levels evenly spaced from 0 to 1 within the tolerance. One level can never
-// be near both ends, so N = 1 is never uniform.
-bool levelsAreUniform(const float* levels, uint32_t n)
-{
-    if (std::fabs(levels[0]) > kUniformTolerance)
-        return false;
-    if (std::fabs(levels[n - 1] - 1.0f) > kUniformTolerance)
-        return false;
-    if (n < 2)
-        return true;
-    float smallest = levels[1] - levels[0];
-    float largest = smallest;
-    for (uint32_t i = 2; i < n; ++i) {
-        const float d = levels[i] - levels[i - 1];
-        if (d < smallest)
-            smallest = d;
-        else if (d > largest)
-            largest = d;
-    }
-    return !(largest - smallest > kUniformTolerance);
-}
-
 // Fraction in 1/128 of the way from level j-1 to level j. Along the walk x
 // always lies strictly above level j-1 and at or below level j, so the
 // quotient is in (0, 1] and the result in 0..128. Infinite levels can still
@@ -73,7 +49,7 @@ bool Lut3DBuildIndexTable(Lut3DTable* table, const float* levels, uint32_t n)
     table->indexTable = index;
     if (!index)
         return false;
-    table->uniform = levelsAreUniform(levels, n) ? 1 : 0;
+    table->uniform = Lut3DLevelsUniform(levels, n) ? 1 : 0;
 
     uint32_t j = 0;
     for (uint32_t v = 0; v < 256; ++v) {
@@ -115,13 +91,13 @@ Lut3DTable* Lut3DTableCreate(const float* levels, uint32_t n, const uint8_t* ent
     if (!table)
         return nullptr;
     if (!Lut3DBuildGrid(table, n, entries) || !Lut3DBuildIndexTable(table, levels, n)) {
-        Lut3DTableFree(table);
+        Lut3DTableDestroy(table);
         return nullptr;
     }
     return table;
 }
 
-void Lut3DTableFree(Lut3DTable* table)
+void Lut3DTableDestroy(Lut3DTable* table)
 {
     if (!table)
         return;

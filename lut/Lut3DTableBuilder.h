@@ -3,7 +3,7 @@
  *
  *   Lut3DTable* t = Lut3DTableCreate(levels, n, entries); // entries: n^3 RGB triples,
  *   ...                                                    // blue index fastest
- *   Lut3DTableFree(t);
+ *   Lut3DTableDestroy(t);
  */
 #ifndef LUT3DTABLEBUILDER_H
 #define LUT3DTABLEBUILDER_H
@@ -11,8 +11,7 @@
 #include <cstdint>
 
 #include "lut/Lut3DTypes.h"
-
-constexpr uint32_t kLut3DMaxLevels = 65;
+#include "lut/format/Lut3DFormat.h"
 
 // Allocates the (N + 1)^3 grid and copies entry (r, g, b) into cell (r, g, b).
 // The unused fourth byte and the padding cells stay unwritten. False when the
@@ -25,12 +24,12 @@ bool Lut3DBuildGrid(Lut3DTable* table, uint32_t n, const uint8_t* entries);
 bool Lut3DBuildIndexTable(Lut3DTable* table, const float* levels, uint32_t n);
 
 // A table built from levels and entries (no file data; the loader attaches
-// its own). n must be 1 to 65. Null when an
-// allocation fails; nothing is leaked then.
+// its own). n must be 1 to 65. Null when an allocation fails; nothing is
+// leaked then.
 Lut3DTable* Lut3DTableCreate(const float* levels, uint32_t n, const uint8_t* entries);
 
 // Frees the index table and the grid (pointers cleared) and the record. The
 // file data, if any, belongs to the caller.
-void Lut3DTableFree(Lut3DTable* table);
+void Lut3DTableDestroy(Lut3DTable* table);
 
 #endif // LUT3DTABLEBUILDER_H

@@ -33,7 +33,9 @@ void WorkerPool::workerLoop(uint32_t index, uint32_t count)
 
 bool WorkerPool::start(uint32_t threadCount, int priority)
 {
-    if (m_started)
+    // Once stopping is set it is never cleared, so a restarted pool's workers
+    // would leave at once and its first batch would wait forever.
+    if (m_started || m_stopping)
         return false;
     const uint32_t count = threadCount >= 2 ? threadCount : 1;
     m_started = true;

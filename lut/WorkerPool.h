@@ -9,7 +9,7 @@
  *   pool.stop();                    // workers leave their loop and are joined in index order
  *
  * One mutex guards all shared state; the job runs outside it. A pool is
- * started once and never restarted after stop().
+ * started once: after stop() it stays stopped and start() refuses.
  */
 #ifndef WORKERPOOL_H
 #define WORKERPOOL_H
@@ -51,8 +51,9 @@ public:
     WorkerPool() = default;
     ~WorkerPool(); // stops the pool first
 
-    // threadCount workers (1 when below 2). False when already started or when
-    // a worker could not be created or started; the pool is then stopped.
+    // threadCount workers (1 when below 2). False when started before (even if
+    // stopped since) or when a worker could not be created or started; the
+    // pool is then stopped.
     bool start(uint32_t threadCount, int priority);
     // Runs job(argument, i, n) once on every worker i and blocks until all n
     // calls have returned. With no workers it returns at once.

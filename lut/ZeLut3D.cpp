@@ -116,7 +116,7 @@ Lut3DTable* ZecLut3DLoadTableFromFile(const char* path)
     }
     // The builder allocates the record, the grid and the index table in that
     // order and frees what it got when one of them fails.
-    Lut3DTable* table = Lut3DTableCreate(file->levelValues(), file->levelCount(), file->entries);
+    Lut3DTable* table = Lut3DTableCreate(file->levels, file->levelCount, file->entries);
     if (!table) {
         Lut3DFileDataDestroy(file);
         return nullptr;
@@ -130,6 +130,6 @@ void ZecLut3DDestroyTable(Lut3DTable* table)
     if (!table)
         return;
     Lut3DFileData* file = table->fileData;
-    Lut3DTableFree(table);
+    Lut3DTableDestroy(table);
     Lut3DFileDataDestroy(file);
 }

@@ -20,18 +20,20 @@ constexpr uint32_t kSpan = 4096;
 
 } // namespace
 
-void Lut3DKernelRowPair(const Lut3DKernelOps* ops, const Lut3DEffect* effect,
-                        const uint8_t* srcY0, const uint8_t* srcY1, const uint8_t* srcUV,
-                        uint8_t* dstY0, uint8_t* dstY1, uint8_t* dstUV, bool isNV21)
+void Lut3DKernelRowPair(const Lut3DKernelParams& params, const uint8_t* srcY0,
+                        const uint8_t* srcY1, const uint8_t* srcUV, uint8_t* dstY0,
+                        uint8_t* dstY1, uint8_t* dstUV)
 {
-    const Lut3DConstants* k = effect->constants;
-    const Lut3DTable* table = effect->table;
-    const int nv21 = isNV21 ? 1 : 0;
+    const Lut3DKernelOps* ops = params.ops;
+    const Lut3DConstants* k = params.constants;
+    const Lut3DTable* table = params.table;
+    const uint32_t width = params.width;
+    const int nv21 = params.isNV21 ? 1 : 0;
     // The two rows' RGB buffers, contiguous so that one grid pass covers both.
     alignas(64) uint8_t rgb[2 * 3 * kSpan];
 
-    for (uint32_t x0 = 0; x0 < effect->width; x0 += kSpan) {
-        const uint32_t n = std::min(kSpan, effect->width - x0);
+    for (uint32_t x0 = 0; x0 < width; x0 += kSpan) {
+        const uint32_t n = std::min(kSpan, width - x0);
         const uint32_t full = n & ~7u;
         const uint32_t rem = n & 7u;
         const uint32_t chromaRem = (rem + 1) & ~1u; // chroma bytes of the tail pixels

@@ -7,8 +7,8 @@
  * functions per instruction set with identical signatures and identical
  * results, collected in a Lut3DKernelOps table:
  *
- *   const Lut3DKernelOps* ops = Lut3DKernelActive();      // chosen once
- *   Lut3DKernelRowPair(ops, effect, sy0, sy1, suv, dy0, dy1, duv, isNV21);
+ *   Lut3DKernelParams p{Lut3DKernelActive(), constants, table, width, isNV21};
+ *   Lut3DKernelRowPair(p, sy0, sy1, suv, dy0, dy1, duv);
  *
  * The portable reference (Lut3DKernelC.cpp) mimics 16-bit vector lanes
  * exactly and is the oracle every other variant is tested against.
@@ -42,6 +42,15 @@ struct Lut3DKernelOps {
 
 enum class Lut3DKernelVariant { Reference, SSE41, AVX2, NEON };
 
+// Everything a row pair reads besides its rows, fixed for a whole render.
+struct Lut3DKernelParams {
+    const Lut3DKernelOps* ops;
+    const Lut3DConstants* constants; // built by Lut3DBuildConstants for this table
+    const Lut3DTable* table;
+    uint32_t width;                  // pixels per row
+    bool isNV21;                     // chroma pairs are V, U
+};
+
 // The variant used for rendering, chosen on first use (thread-safe).
 const Lut3DKernelOps* Lut3DKernelActive();
 
@@ -57,12 +66,12 @@ extern const Lut3DKernelOps kLut3DKernelReference;
 void Lut3DBuildConstants(Lut3DConstants* k, const Lut3DTable* table, uint32_t colourMatrix,
                          int32_t range);
 
-// Processes one row pair of effect->width pixels. For a lone last row the
+// Processes one row pair of params.width pixels. For a lone last row the
 // same row is passed as row 0 and row 1. Source and destination may be the
 // same frame: each span of columns is read and converted whole before any of
 // it is written.
-void Lut3DKernelRowPair(const Lut3DKernelOps* ops, const Lut3DEffect* effect,
-                        const uint8_t* srcY0, const uint8_t* srcY1, const uint8_t* srcUV,
-                        uint8_t* dstY0, uint8_t* dstY1, uint8_t* dstUV, bool isNV21);
+void Lut3DKernelRowPair(const Lut3DKernelParams& params, const uint8_t* srcY0,
+                        const uint8_t* srcY1, const uint8_t* srcUV, uint8_t* dstY0,
+                        uint8_t* dstY1, uint8_t* dstUV);
 
 #endif // LUT3DKERNEL_H

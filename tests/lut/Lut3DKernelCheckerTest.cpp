@@ -65,11 +65,6 @@ std::vector<Variant> variantsUnderTest()
     return out;
 }
 
-struct TableDeleter {
-    void operator()(Lut3DTable* t) const { Lut3DTableFree(t); }
-};
-using TablePtr = std::unique_ptr<Lut3DTable, TableDeleter>;
-
 struct ConstantsDeleter {
     void operator()(Lut3DConstants* k) const { Lut3DAlignedFree(k); }
 };
@@ -223,25 +218,25 @@ struct RowPairCase {
 };
 
 // The reference, on plain heap copies of the inputs.
-RowPairResult runReference(const Lut3DEffect& e, const RowPairCase& c)
+RowPairResult runReference(Lut3DKernelParams p, const RowPairCase& c)
 {
+    p.ops = &kLut3DKernelReference;
+    p.isNV21 = c.isNV21;
     RowPairResult r;
     if (c.alias) {
         r.y0 = c.y0;
         r.y1 = c.loneRow ? r.y0 : c.y1;
         r.uv = c.uv;
         uint8_t* y1 = c.loneRow ? r.y0.data() : r.y1.data();
-        Lut3DKernelRowPair(&kLut3DKernelReference, &e, r.y0.data(), y1, r.uv.data(),
-                           r.y0.data(), y1, r.uv.data(), c.isNV21);
+        Lut3DKernelRowPair(p, r.y0.data(), y1, r.uv.data(), r.y0.data(), y1, r.uv.data());
         if (c.loneRow)
             r.y1 = r.y0;
         return r;
     }
     GuardedRow y0(c.width, 1), y1(c.width, 2), uv(c.uv.size(), 3);
     uint8_t* dy1 = c.loneRow ? y0.data() : y1.data();
-    Lut3DKernelRowPair(&kLut3DKernelReference, &e, c.y0.data(),
-                       c.loneRow ? c.y0.data() : c.y1.data(), c.uv.data(), y0.data(), dy1,
-                       uv.data(), c.isNV21);
+    Lut3DKernelRowPair(p, c.y0.data(), c.loneRow ? c.y0.data() : c.y1.data(), c.uv.data(),
+                       y0.data(), dy1, uv.data());
     r.y0 = y0.row();
     r.y1 = c.loneRow ? r.y0 : y1.row();
     r.uv = uv.row();
@@ -250,15 +245,17 @@ RowPairResult runReference(const Lut3DEffect& e, const RowPairCase& c)
 
 // A variant, with its inputs against guard pages and its outputs between
 // guard bytes (or written over the guarded inputs when in place).
-RowPairResult runVariant(const Lut3DKernelOps* ops, const Lut3DEffect& e, const RowPairCase& c,
+RowPairResult runVariant(const Lut3DKernelOps* ops, Lut3DKernelParams p, const RowPairCase& c,
                          GuardedBuffer (&pages)[3])
 {
+    p.ops = ops;
+    p.isNV21 = c.isNV21;
     uint8_t* sy0 = pages[0].place(c.y0, c.atEnd);
     uint8_t* sy1 = c.loneRow ? sy0 : pages[1].place(c.y1, c.atEnd);
     uint8_t* suv = pages[2].place(c.uv, c.atEnd);
     RowPairResult r;
     if (c.alias) {
-        Lut3DKernelRowPair(ops, &e, sy0, sy1, suv, sy0, sy1, suv, c.isNV21);
+        Lut3DKernelRowPair(p, sy0, sy1, suv, sy0, sy1, suv);
         r.y0.assign(sy0, sy0 + c.width);
         r.y1.assign(sy1, sy1 + c.width);
         r.uv.assign(suv, suv + c.uv.size());
@@ -266,7 +263,7 @@ RowPairResult runVariant(const Lut3DKernelOps* ops, const Lut3DEffect& e, const 
     }
     GuardedRow y0(c.width, 1), y1(c.width, 2), uv(c.uv.size(), 3);
     uint8_t* dy1 = c.loneRow ? y0.data() : y1.data();
-    Lut3DKernelRowPair(ops, &e, sy0, sy1, suv, y0.data(), dy1, uv.data(), c.isNV21);
+    Lut3DKernelRowPair(p, sy0, sy1, suv, y0.data(), dy1, uv.data());
     r.y0 = y0.row();
     r.y1 = c.loneRow ? r.y0 : y1.row();
     r.uv = uv.row();
@@ -329,10 +326,7 @@ TEST(Lut3DKernelChecker, RowPairsMatchReferenceByteForByte)
             const uint32_t matrix = kMatrices[rng() % 3];
             const int32_t range = kRanges[rng() % 3];
             Lut3DBuildConstants(k.get(), table.get(), matrix, range);
-            Lut3DEffect e{};
-            e.constants = k.get();
-            e.table = table.get();
-            e.width = c.width;
+            const Lut3DKernelParams e{nullptr, k.get(), table.get(), c.width, c.isNV21};
 
             const RowPairResult expected = runReference(e, c);
             for (size_t v = 0; v < variants.size(); ++v) {

@@ -7,7 +7,6 @@
 #include <random>
 #include <vector>
 
-#include "lut/Lut3DMemory.h"
 #include "lut/Lut3DTableBuilder.h"
 #include "lut/kernel/Lut3DKernel.h"
 #include "lut/kernel/Lut3DKernelMath.h"
@@ -17,31 +16,13 @@ namespace {
 
 using namespace lut3d;
 
-struct TableDeleter {
-    void operator()(Lut3DTable* t) const { Lut3DTableFree(t); }
-};
-using TablePtr = std::unique_ptr<Lut3DTable, TableDeleter>;
-
-struct EffectDeleter {
-    void operator()(Lut3DEffect* e) const { ZecLut3DDestroyEffect(e); }
-};
-using EffectPtr = std::unique_ptr<Lut3DEffect, EffectDeleter>;
-
-TablePtr makeTable(const std::vector<float>& levels, const std::vector<uint8_t>& entries)
-{
-    return TablePtr(Lut3DTableCreate(levels.data(), static_cast<uint32_t>(levels.size()),
-                                     entries.data()));
-}
-
 struct Constants {
     Constants(const Lut3DTable* t, uint32_t matrix, int32_t range)
-        : k(static_cast<Lut3DConstants*>(Lut3DAlignedAlloc(sizeof(Lut3DConstants))))
     {
-        std::memset(k, 0, sizeof *k);
         Lut3DBuildConstants(k, t, matrix, range);
     }
-    ~Constants() { Lut3DAlignedFree(k); }
-    Lut3DConstants* k;
+    alignas(64) Lut3DConstants block{};
+    Lut3DConstants* const k = &block;
 };
 
 // RGB of one pixel through the reference YUV->RGB step (8 identical lanes).
@@ -59,7 +40,7 @@ std::array<uint8_t, 3> toRgb(const Lut3DConstants* k, uint8_t y, uint8_t u, uint
 
 TEST(Lut3DConstants, CoefficientSetsAndRangeRule)
 {
-    TablePtr t = makeTable(uniformLevels(33), identityEntries(33));
+    TablePtr t = buildTable(uniformLevels(33), identityEntries(33));
     {
         Constants c(t.get(), 0, 0);
         EXPECT_EQ(c.k->lumaOffset[7], 16);
@@ -102,12 +83,12 @@ TEST(Lut3DConstants, CoefficientSetsAndRangeRule)
 
 TEST(Lut3DConstants, GridScaleOnlyForUniformTables)
 {
-    TablePtr uniform65 = makeTable(uniformLevels(65), identityEntries(65));
+    TablePtr uniform65 = buildTable(uniformLevels(65), identityEntries(65));
     Constants c(uniform65.get(), 0, 0);
     EXPECT_EQ(c.k->gridScale[0], 8224); // 64/255 * 32768 = 8224.1
     std::vector<float> levels = uniformLevels(33);
     levels[5] += 0.01f;
-    TablePtr nonUniform = makeTable(levels, identityEntries(33));
+    TablePtr nonUniform = buildTable(levels, identityEntries(33));
     Lut3DBuildConstants(c.k, nonUniform.get(), 1, 1);
     EXPECT_EQ(c.k->gridScale[0], 8224); // left as it was
     EXPECT_EQ(c.k->lumaScale[0], 8192);
@@ -115,7 +96,7 @@ TEST(Lut3DConstants, GridScaleOnlyForUniformTables)
 
 TEST(Lut3DReferenceKernel, KnownYuvToRgb)
 {
-    TablePtr t = makeTable(uniformLevels(2), identityEntries(2));
+    TablePtr t = buildTable(uniformLevels(2), identityEntries(2));
     Constants video601(t.get(), 0, 0);
     EXPECT_EQ(toRgb(video601.k, 16, 128, 128), (std::array<uint8_t, 3>{0, 0, 0}));
     EXPECT_EQ(toRgb(video601.k, 235, 128, 128), (std::array<uint8_t, 3>{255, 255, 255}));
@@ -139,7 +120,7 @@ TEST(Lut3DReferenceKernel, UniformLookupNeverReachesTheTopCellAlone)
     auto entries = tableEntries(33, [](uint32_t, uint32_t r, uint32_t, uint32_t, int c) {
         return c == 0 ? static_cast<uint8_t>(7 * r) : uint8_t(0);
     });
-    TablePtr t = makeTable(uniformLevels(33), entries);
+    TablePtr t = buildTable(uniformLevels(33), entries);
     Constants c(t.get(), 0, 0);
     uint32_t index, fraction;
     gridPosUniform(255, c.k->gridScale[0], &index, &fraction);
@@ -157,7 +138,7 @@ TEST(Lut3DReferenceKernel, TrilinearOrderIsRThenGThenB)
         static const uint8_t v[2][2][2] = {{{0, 255}, {90, 13}}, {{201, 77}, {255, 1}}};
         return static_cast<uint8_t>(c == 0 ? v[r][g][b] : 0);
     });
-    TablePtr t = makeTable({0.0f, 1.0f}, entries);
+    TablePtr t = buildTable({0.0f, 1.0f}, entries);
     ASSERT_EQ(t->uniform, 1);
     Constants k(t.get(), 0, 0);
     uint8_t rgb[24] = {100, 150, 200};
@@ -174,7 +155,7 @@ TEST(Lut3DReferenceKernel, TrilinearOrderIsRThenGThenB)
 
 TEST(Lut3DReferenceKernel, IdentityTableDoesNotRoundTripExactly)
 {
-    TablePtr t = makeTable(uniformLevels(33), identityEntries(33));
+    TablePtr t = buildTable(uniformLevels(33), identityEntries(33));
     TestFrame f(64, 4);
     f.fillRandom(3);
     const auto before = f.pixels();
@@ -237,9 +218,9 @@ TEST(Lut3DRender, MatchesPerPixelModelForEveryShape)
     shapes.push_back({1923, 7});
     shapes.push_back({4101, 3}); // crosses the 4096-column span
     shapes.push_back({37, 101});
-    TablePtr uniform = makeTable(uniformLevels(17), randomEntries(17, rng));
+    TablePtr uniform = buildTable(uniformLevels(17), randomEntries(17, rng));
     std::vector<float> levels = {0.0f, 0.1f, 0.15f, 0.5f, 0.93f, 1.0f};
-    TablePtr indexed = makeTable(levels, randomEntries(6, rng));
+    TablePtr indexed = buildTable(levels, randomEntries(6, rng));
     EffectPtr e(ZecLut3DCreateEffect(1));
     int i = 0;
     for (const Shape& s : shapes) {
@@ -263,7 +244,7 @@ TEST(Lut3DRender, MatchesPerPixelModelForEveryShape)
 
 TEST(Lut3DRender, OneLevelTableGivesEveryPixelItsCell)
 {
-    TablePtr t = makeTable({0.5f}, {10, 200, 30});
+    TablePtr t = buildTable({0.5f}, {10, 200, 30});
     TestFrame f(13, 5);
     f.fillRandom(5);
     EffectPtr e(ZecLut3DCreateEffect(1));
@@ -285,7 +266,7 @@ TEST(Lut3DRender, OneLevelTableGivesEveryPixelItsCell)
 TEST(Lut3DRender, NV21IsNV12WithChromaSwapped)
 {
     std::mt19937 rng(21);
-    TablePtr t = makeTable(uniformLevels(9), randomEntries(9, rng));
+    TablePtr t = buildTable(uniformLevels(9), randomEntries(9, rng));
     TestFrame nv12(29, 6), nv21(29, 6);
     nv12.fillRandom(4);
     nv21.luma = nv12.luma;
@@ -307,7 +288,7 @@ TEST(Lut3DRender, NV21IsNV12WithChromaSwapped)
 TEST(Lut3DRender, InPlaceAndBottomUpEqualOutOfPlace)
 {
     std::mt19937 rng(31);
-    TablePtr t = makeTable(uniformLevels(33), randomEntries(33, rng));
+    TablePtr t = buildTable(uniformLevels(33), randomEntries(33, rng));
     EffectPtr e(ZecLut3DCreateEffect(1));
     for (Shape s : {Shape{45, 9}, Shape{8, 2}, Shape{640, 35}}) {
         TestFrame src(s.width, s.height, 3), out(s.width, s.height, 3), in(s.width, s.height, 3);

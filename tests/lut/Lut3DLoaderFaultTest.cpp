@@ -1,5 +1,6 @@
-// Fault injection through the loader's allocation point: the allocations of
-// one successful call are counted, then each of them is made to fail in turn.
+// Fault injection through the loader's allocation point (replaced at link
+// time, FailingAllocation.h): the allocations of one successful call are
+// counted, then each of them is made to fail in turn.
 // Every such call must give the neutral result, say nothing, and leave no
 // block behind. Under AddressSanitizer the leak checker runs after every
 // injected failure, so a leak is pinned to the allocation that caused it;
@@ -10,8 +11,8 @@
 #include <string>
 #include <vector>
 
+#include "FailingAllocation.h"
 #include "ZeLut3D.h"
-#include "lut/Lut3DMemory.h"
 #include "lut/Lut3DTableBuilder.h"
 #include "support/LutFileWriter.h"
 #include "support/MessageCapture.h"
@@ -40,21 +41,6 @@ bool noLeaks()
 #else
     return true;
 #endif
-}
-
-// Arms the hook for one call and disarms it whatever happens.
-struct FailingAllocation {
-    explicit FailingAllocation(unsigned long index) { Lut3DFailAllocationAfter(long(index)); }
-    ~FailingAllocation() { Lut3DFailAllocationAfter(-1); }
-};
-
-// Allocations made by one call of f.
-template <typename F>
-unsigned long allocationsOf(F f)
-{
-    const unsigned long before = Lut3DAllocationCount();
-    f();
-    return Lut3DAllocationCount() - before;
 }
 
 std::vector<float> unevenLevels(uint32_t n)
@@ -144,7 +130,7 @@ TEST(Lut3DLoaderFaults, EachAllocationOfABuiltTableFailsCleanly)
     const unsigned long count =
         allocationsOf([&] { table = Lut3DTableCreate(levels.data(), 6, entries.data()); });
     ASSERT_NE(table, nullptr);
-    Lut3DTableFree(table);
+    Lut3DTableDestroy(table);
     EXPECT_EQ(count, 3u); // record, grid, index table
     for (unsigned long i = 0; i < count; ++i) {
         SCOPED_TRACE(i);
@@ -153,7 +139,7 @@ TEST(Lut3DLoaderFaults, EachAllocationOfABuiltTableFailsCleanly)
             table = Lut3DTableCreate(levels.data(), 6, entries.data());
         }
         EXPECT_EQ(table, nullptr);
-        Lut3DTableFree(table);
+        Lut3DTableDestroy(table);
         EXPECT_TRUE(noLeaks());
     }
 }

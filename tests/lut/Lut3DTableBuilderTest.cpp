@@ -10,17 +10,6 @@
 
 namespace {
 
-struct TableDeleter {
-    void operator()(Lut3DTable* t) const { Lut3DTableFree(t); }
-};
-using TablePtr = std::unique_ptr<Lut3DTable, TableDeleter>;
-
-TablePtr build(const std::vector<float>& levels, const std::vector<uint8_t>& entries)
-{
-    return TablePtr(Lut3DTableCreate(levels.data(), static_cast<uint32_t>(levels.size()),
-                                     entries.data()));
-}
-
 std::pair<int, int> indexEntry(const Lut3DTable* t, int v)
 {
     return {t->indexTable[2 * v], t->indexTable[2 * v + 1]};
@@ -31,7 +20,7 @@ TEST(Lut3DTableBuilder, GridLayoutAndStrides)
     std::mt19937 rng(7);
     for (uint32_t n : {1u, 2u, 5u, 65u}) {
         const std::vector<uint8_t> entries = randomEntries(n, rng);
-        TablePtr t = build(uniformLevels(n), entries);
+        TablePtr t = buildTable(uniformLevels(n), entries);
         ASSERT_TRUE(t) << n;
         EXPECT_EQ(t->rowStride, 4u * (n + 1));
         EXPECT_EQ(t->planeStride, 4u * (n + 1) * (n + 1));
@@ -51,7 +40,7 @@ TEST(Lut3DTableBuilder, GridLayoutAndStrides)
 TEST(Lut3DTableBuilder, UniformThirtyThreeLevels)
 {
     const std::vector<float> levels = uniformLevels(33);
-    TablePtr t = build(levels, identityEntries(33));
+    TablePtr t = buildTable(levels, identityEntries(33));
     ASSERT_TRUE(t);
     EXPECT_EQ(t->uniform, 1);
     EXPECT_EQ(indexEntry(t.get(), 0), std::make_pair(0, 0));
@@ -66,7 +55,7 @@ TEST(Lut3DTableBuilder, MovedInnerLevelIsNotUniform)
 {
     std::vector<float> levels = uniformLevels(33);
     levels[10] += 0.01f;
-    TablePtr t = build(levels, identityEntries(33));
+    TablePtr t = buildTable(levels, identityEntries(33));
     ASSERT_TRUE(t);
     EXPECT_EQ(t->uniform, 0);
     EXPECT_EQ(indexEntry(t.get(), 255), std::make_pair(32, 0));
@@ -76,20 +65,20 @@ TEST(Lut3DTableBuilder, ToleranceIsOneFiveHundredTwelfth)
 {
     std::vector<float> levels = uniformLevels(17);
     levels[0] = 0.001953125f;
-    EXPECT_EQ(build(levels, identityEntries(17))->uniform, 1);
+    EXPECT_EQ(buildTable(levels, identityEntries(17))->uniform, 1);
     levels[0] = 0.00196f;
-    EXPECT_EQ(build(levels, identityEntries(17))->uniform, 0);
+    EXPECT_EQ(buildTable(levels, identityEntries(17))->uniform, 0);
     levels = uniformLevels(17);
     levels[16] = 1.0f - 0.0019f;
-    EXPECT_EQ(build(levels, identityEntries(17))->uniform, 1);
+    EXPECT_EQ(buildTable(levels, identityEntries(17))->uniform, 1);
     levels[16] = 1.0f + 0.002f;
-    EXPECT_EQ(build(levels, identityEntries(17))->uniform, 0);
+    EXPECT_EQ(buildTable(levels, identityEntries(17))->uniform, 0);
 }
 
 TEST(Lut3DTableBuilder, LevelsStoppingShortOfOne)
 {
     std::vector<float> levels = {0.0f, 0.3f, 0.6f, 0.9f};
-    TablePtr t = build(levels, identityEntries(4));
+    TablePtr t = buildTable(levels, identityEntries(4));
     ASSERT_TRUE(t);
     EXPECT_EQ(t->uniform, 0);
     for (int v = 0; v < 256; ++v) {
@@ -105,7 +94,7 @@ TEST(Lut3DTableBuilder, OneLevelIsNeverUniform)
 {
     for (float level : {0.0f, 0.5f, 1.0f}) {
         std::vector<uint8_t> entry = {9, 8, 7};
-        TablePtr t = build({level}, entry);
+        TablePtr t = buildTable({level}, entry);
         ASSERT_TRUE(t);
         EXPECT_EQ(t->uniform, 0);
         for (int v = 0; v < 256; ++v)
@@ -115,7 +104,7 @@ TEST(Lut3DTableBuilder, OneLevelIsNeverUniform)
 
 TEST(Lut3DTableBuilder, ValuesBelowTheFirstLevelTakeIndexZero)
 {
-    TablePtr t = build({0.5f, 1.0f}, identityEntries(2));
+    TablePtr t = buildTable({0.5f, 1.0f}, identityEntries(2));
     ASSERT_TRUE(t);
     EXPECT_EQ(indexEntry(t.get(), 0), std::make_pair(0, 0));
     EXPECT_EQ(indexEntry(t.get(), 127), std::make_pair(0, 0));
@@ -136,7 +125,7 @@ TEST(Lut3DTableBuilder, HostileLevelsKeepIndicesAndWeightsInRange)
         {0.1f, 0.05f, 0.7f, 0.3f}, {-1e30f, 1e-30f, 1e30f}};
     for (const std::vector<float>& levels : cases) {
         const uint32_t n = static_cast<uint32_t>(levels.size());
-        TablePtr t = build(levels, identityEntries(n));
+        TablePtr t = buildTable(levels, identityEntries(n));
         ASSERT_TRUE(t);
         for (int v = 0; v < 256; ++v) {
             EXPECT_LT(indexEntry(t.get(), v).first, static_cast<int>(n));
@@ -151,7 +140,7 @@ TEST(Lut3DTableBuilder, RefusesImpossibleSizes)
     std::vector<uint8_t> entries(3 * 66 * 66 * 66, 0);
     EXPECT_EQ(Lut3DTableCreate(levels.data(), 66, entries.data()), nullptr);
     EXPECT_EQ(Lut3DTableCreate(levels.data(), 0, entries.data()), nullptr);
-    Lut3DTableFree(nullptr);
+    Lut3DTableDestroy(nullptr);
 }
 
 } // namespace

@@ -4,67 +4,18 @@
 
 #include <atomic>
 #include <cstring>
-#include <memory>
-#include <random>
 #include <thread>
 #include <vector>
 
 #include "CZeThread.h"
 #include "ZeLut3D.h"
-#include "lut/Lut3DMemory.h"
 #include "lut/Lut3DRender.h"
-#include "lut/Lut3DTableBuilder.h"
 #include "lut/WorkerPool.h"
 #include "lut/kernel/Lut3DKernel.h"
 #include "support/MessageCapture.h"
 #include "support/TestFrames.h"
 
 namespace {
-
-struct TableDeleter {
-    void operator()(Lut3DTable* t) const { Lut3DTableFree(t); }
-};
-using TablePtr = std::unique_ptr<Lut3DTable, TableDeleter>;
-
-struct EffectDeleter {
-    void operator()(Lut3DEffect* e) const { ZecLut3DDestroyEffect(e); }
-};
-using EffectPtr = std::unique_ptr<Lut3DEffect, EffectDeleter>;
-
-TablePtr makeTable(const std::vector<float>& levels, uint32_t seed)
-{
-    std::mt19937 rng(seed);
-    const uint32_t n = static_cast<uint32_t>(levels.size());
-    return TablePtr(Lut3DTableCreate(levels.data(), n, randomEntries(n, rng).data()));
-}
-
-// The whole frame through the portable reference kernel, row pair by row
-// pair, independent of the driver and the pool.
-std::vector<uint8_t> referenceRender(const TestFrame& input, const Lut3DTable* table,
-                                     uint32_t format, uint32_t matrix, int32_t range)
-{
-    TestFrame f = input;
-    Lut3DFrame d = f.descriptor();
-    Lut3DEffect e{};
-    e.constants = static_cast<Lut3DConstants*>(Lut3DAlignedAlloc(sizeof(Lut3DConstants)));
-    std::memset(e.constants, 0, sizeof(Lut3DConstants));
-    Lut3DBuildConstants(e.constants, table, matrix, range);
-    e.table = const_cast<Lut3DTable*>(table);
-    e.source = e.destination = &d;
-    e.pixelFormat = format;
-    e.colourMatrix = matrix;
-    e.range = range;
-    e.width = f.width;
-    e.height = static_cast<int32_t>(f.height);
-    for (uint32_t y = 0; y < f.height; y += 2) {
-        uint8_t* y0 = f.lumaRow(y);
-        uint8_t* y1 = y + 1 < f.height ? f.lumaRow(y + 1) : y0;
-        Lut3DKernelRowPair(&kLut3DKernelReference, &e, y0, y1, f.chromaRow(y / 2), y0, y1,
-                           f.chromaRow(y / 2), format == 1);
-    }
-    Lut3DAlignedFree(e.constants);
-    return f.pixels();
-}
 
 struct Band {
     uint32_t first, last;
@@ -118,29 +69,25 @@ TEST(Lut3DBands, TileTheFrameOnEvenRows)
     EXPECT_EQ(bands(0x7FFFFFFF, 16)[8].first, 1073741822u);
 }
 
-TEST(Lut3DBands, BandJobWritesOnlyItsBand)
+TEST(Lut3DBands, EachBandWritesOnlyItsRows)
 {
-    TablePtr table = makeTable(uniformLevels(9), 3);
+    TablePtr table = randomTable(uniformLevels(9), 3);
     TestFrame input(24, 7, 5);
     input.fillRandom(11);
     const std::vector<uint8_t> expected = referenceRender(input, table.get(), 0, 1, 0);
     const uint32_t n = 3;
     for (uint32_t i = 0; i < n; ++i) {
         TestFrame f = input;
-        Lut3DFrame d = f.descriptor();
-        EffectPtr e(ZecLut3DCreateEffect(1));
-        e->table = table.get();
-        e->source = e->destination = &d;
-        e->pixelFormat = 0;
-        e->colourMatrix = 1;
-        e->range = 0;
-        e->width = f.width;
-        e->height = static_cast<int32_t>(f.height);
-        Lut3DBuildConstants(e->constants, table.get(), 1, 0);
-        Lut3DBandJob(e.get(), i, n);
-
+        const Lut3DFrame d = f.descriptor();
+        alignas(64) Lut3DConstants k{};
+        Lut3DBuildConstants(&k, table.get(), 1, 0);
+        const Lut3DRenderJob job{{Lut3DKernelActive(), &k, table.get(), f.width, false}, d, d,
+                                 f.height};
         uint32_t first = 0, last = 0;
         Lut3DBandRange(f.height, i, n, &first, &last);
+        if (last > first)
+            Lut3DRenderBand(job, first, last - first);
+
         // Compare row by row: luma rows of the band and their chroma rows
         // are rendered, everything else is untouched.
         const std::vector<uint8_t>& all = expected;
@@ -195,6 +142,7 @@ TEST(WorkerPool, BatchRunsTheJobOncePerWorkerAndWaits)
     pool.stop();
     EXPECT_FALSE(pool.isStarted());
     EXPECT_EQ(pool.workerCount(), 0u);
+    EXPECT_FALSE(pool.start(5, CZeThread::InheritPriority)); // and never restarted
 }
 
 TEST(WorkerPool, CountsBelowTwoMeanOneWorker)
@@ -257,8 +205,8 @@ TEST(Lut3DEffectPool, PooledRendersMatchTheReferenceBitForBit)
         {33, 2, 0, 0, 0, true},
     };
     const std::vector<float> irregular = {0.0f, 0.15f, 0.3f, 0.55f, 0.8f, 1.0f};
-    TablePtr uniform = makeTable(uniformLevels(17), 21);
-    TablePtr nonUniform = makeTable(irregular, 22);
+    TablePtr uniform = randomTable(uniformLevels(17), 21);
+    TablePtr nonUniform = randomTable(irregular, 22);
     ASSERT_TRUE(uniform && nonUniform);
 
     for (const RenderCase& c : cases) {
@@ -296,7 +244,7 @@ TEST(Lut3DEffectPool, PooledRendersMatchTheReferenceBitForBit)
 TEST(Lut3DEffectPool, RefusalsTouchNothing)
 {
     MessageCapture capture;
-    TablePtr table = makeTable(uniformLevels(5), 4);
+    TablePtr table = randomTable(uniformLevels(5), 4);
     TestFrame f(16, 6, 2);
     f.fillRandom(9);
     const std::vector<uint8_t> before = f.pixels();
@@ -313,7 +261,7 @@ TEST(Lut3DEffectPool, RefusalsTouchNothing)
 
 TEST(Lut3DEffectPool, BottomUpFramesMatchTheCallerThreadRender)
 {
-    TablePtr table = makeTable(uniformLevels(9), 6);
+    TablePtr table = randomTable(uniformLevels(9), 6);
     for (uint32_t height : {1u, 7u, 30u}) {
         TestFrame pooledFrame(23, height, 3);
         pooledFrame.fillRandom(height);
@@ -330,7 +278,7 @@ TEST(Lut3DEffectPool, BottomUpFramesMatchTheCallerThreadRender)
 
 TEST(Lut3DEffectPool, ManyCreateRenderDestroyCycles)
 {
-    TablePtr table = makeTable(uniformLevels(9), 8);
+    TablePtr table = randomTable(uniformLevels(9), 8);
     TestFrame input(40, 13);
     input.fillRandom(77);
     const std::vector<uint8_t> expected = referenceRender(input, table.get(), 1, 1, 0);

@@ -19,8 +19,7 @@
 #include <vector>
 
 #include "ZeLut3D.h"
-#include "lut/Lut3DMemory.h"
-#include "lut/kernel/Lut3DKernel.h"
+#include "lut/Lut3DRender.h"
 #include "support/LutFileWriter.h"
 #include "support/MessageCapture.h"
 #include "support/TemporaryDirectory.h"
@@ -68,33 +67,16 @@ TestFrame sourceOf(const RenderJob& job)
     return source;
 }
 
-// The frame as the reference kernel renders it, row pair by row pair, row y
-// at plane + y x stride as the host describes it.
+// The frame as the reference kernel renders it, described to it as to the
+// effect.
 std::vector<uint8_t> referenceRender(Lut3DTable* table, const RenderJob& job)
 {
     TestFrame source = sourceOf(job);
     TestFrame out(job.width, job.height, job.spare);
     const Lut3DFrame s = descriptorOf(source, job), d = descriptorOf(out, job);
-    Lut3DEffect effect{};
-    effect.constants = static_cast<Lut3DConstants*>(Lut3DAlignedAlloc(sizeof(Lut3DConstants)));
-    std::memset(effect.constants, 0, sizeof(Lut3DConstants));
-    Lut3DBuildConstants(effect.constants, table, job.matrix, job.range);
-    effect.table = table;
-    effect.pixelFormat = job.format;
-    effect.colourMatrix = job.matrix;
-    effect.range = job.range;
-    effect.width = job.width;
-    effect.height = int32_t(job.height);
-    auto luma = [](const Lut3DFrame& f, uint32_t y) { return f.lumaPlane + ptrdiff_t(f.lumaStride) * y; };
-    auto chroma = [](const Lut3DFrame& f, uint32_t y) {
-        return f.chromaPlane + ptrdiff_t(f.chromaStride) * (y / 2);
-    };
-    for (uint32_t y = 0; y < job.height; y += 2) {
-        const uint32_t y1 = y + 1 < job.height ? y + 1 : y;
-        Lut3DKernelRowPair(&kLut3DKernelReference, &effect, luma(s, y), luma(s, y1), chroma(s, y),
-                           luma(d, y), luma(d, y1), chroma(d, y), job.format == 1);
-    }
-    Lut3DAlignedFree(effect.constants);
+    if (!Lut3DRenderWithVariant(Lut3DKernelVariant::Reference, table, s, d, job.format,
+                                job.matrix, job.range, job.width, job.height))
+        return {};
     return out.pixels();
 }
 

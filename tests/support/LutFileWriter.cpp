@@ -3,23 +3,9 @@
 #include <cstring>
 #include <utility>
 
+#include "lut/format/Lut3DFormat.h"
 #include "support/TemporaryDirectory.h"
 
-namespace {
-
-void put32(std::vector<uint8_t>& out, size_t at, uint32_t v)
-{
-    for (int i = 0; i < 4; ++i)
-        out[at + i] = static_cast<uint8_t>(v >> (8 * i));
-}
-
-void put64(std::vector<uint8_t>& out, size_t at, uint64_t v)
-{
-    put32(out, at, static_cast<uint32_t>(v));
-    put32(out, at + 4, static_cast<uint32_t>(v >> 32));
-}
-
-} // namespace
 
 LutFileWriter::LutFileWriter(std::vector<float> levels, std::vector<uint8_t> entries)
     : m_levelCount(static_cast<uint32_t>(levels.size())),
@@ -28,10 +14,11 @@ LutFileWriter::LutFileWriter(std::vector<float> levels, std::vector<uint8_t> ent
 {
 }
 
-LutFileWriter& LutFileWriter::signature(const std::string& eightBytes)
+LutFileWriter& LutFileWriter::signatureByte(size_t index, char value)
 {
-    m_signature = eightBytes;
-    m_signature.resize(8, ' ');
+    if (m_signature.empty())
+        m_signature.assign(kLut3DSignature, kLut3DSignature + kLut3DSignatureBytes);
+    m_signature.at(index) = value;
     return *this;
 }
 
@@ -73,22 +60,22 @@ LutFileWriter& LutFileWriter::gapByte(uint8_t value)
 
 std::vector<uint8_t> LutFileWriter::bytes() const
 {
-    std::vector<uint8_t> out(48, 0);
-    std::memcpy(out.data(), m_signature.data(), 8);
-    put32(out, 8, m_version);
-    put32(out, 12, m_levelCount);
-    put32(out, 16, m_entryType);
-    put32(out, 20, m_dimensions);
-    put64(out, 32, m_levelOffset);
+    Lut3DHeader header;
+    header.version = m_version;
+    header.levelCount = m_levelCount;
+    header.entryType = m_entryType;
+    header.dimensions = m_dimensions;
+    header.levelOffset = m_levelOffset;
+    std::vector<uint8_t> out(kLut3DHeaderBytes);
+    Lut3DEncodeHeader(header, out.data());
+    if (!m_signature.empty())
+        std::memcpy(out.data(), m_signature.data(), kLut3DSignatureBytes);
     // Offsets too far out for a test file only make the header lie.
-    if (m_levelOffset > 48 && m_levelOffset < (1u << 20))
+    if (m_levelOffset > kLut3DHeaderBytes && m_levelOffset < (1u << 20))
         out.resize(static_cast<size_t>(m_levelOffset), m_gapByte);
-    for (float level : m_levels) {
-        uint32_t bits;
-        std::memcpy(&bits, &level, sizeof bits);
-        out.resize(out.size() + 4);
-        put32(out, out.size() - 4, bits);
-    }
+    const size_t levelsAt = out.size();
+    out.resize(levelsAt + 4 * m_levels.size());
+    Lut3DEncodeLevels(m_levels.data(), static_cast<uint32_t>(m_levels.size()), out.data() + levelsAt);
     out.insert(out.end(), m_entries.begin(), m_entries.end());
     return out;
 }

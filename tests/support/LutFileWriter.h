@@ -26,7 +26,8 @@ public:
     // N from the level count; version 1, entry type 0, three-dimensional, offset 48.
     LutFileWriter(std::vector<float> levels, std::vector<uint8_t> entries);
 
-    LutFileWriter& signature(const std::string& eightBytes);
+    // The format's signature with byte `index` replaced by `value`.
+    LutFileWriter& signatureByte(size_t index, char value);
     LutFileWriter& version(uint32_t value);
     LutFileWriter& levelCount(uint32_t n);
     LutFileWriter& entryType(uint32_t type);
@@ -43,7 +44,7 @@ public:
     static size_t validSize(uint32_t n) { return 48 + 4 * size_t{n} + 3 * size_t{n} * n * n; }
 
 private:
-    std::string m_signature = ".KD-LUT ";
+    std::string m_signature; // empty: the format's own
     uint32_t m_version = 1;
     uint32_t m_levelCount;
     uint32_t m_entryType = 0;

@@ -2,6 +2,9 @@
 
 #include <cmath>
 
+#include "lut/Lut3DRender.h"
+#include "lut/Lut3DTableBuilder.h"
+
 TestFrame::TestFrame(uint32_t w, uint32_t h, uint32_t spare)
     : width(w),
       height(h),
@@ -107,4 +110,27 @@ std::vector<float> uniformLevels(uint32_t n)
     for (uint32_t i = 0; i < n; ++i)
         levels[i] = n < 2 ? 0.0f : static_cast<float>(i) / static_cast<float>(n - 1);
     return levels;
+}
+
+TablePtr buildTable(const std::vector<float>& levels, const std::vector<uint8_t>& entries)
+{
+    return TablePtr(Lut3DTableCreate(levels.data(), static_cast<uint32_t>(levels.size()),
+                                     entries.data()));
+}
+
+TablePtr randomTable(const std::vector<float>& levels, uint32_t seed)
+{
+    std::mt19937 rng(seed);
+    return buildTable(levels, randomEntries(static_cast<uint32_t>(levels.size()), rng));
+}
+
+std::vector<uint8_t> referenceRender(const TestFrame& input, const Lut3DTable* table,
+                                     uint32_t format, uint32_t matrix, int32_t range)
+{
+    TestFrame f = input;
+    const Lut3DFrame d = f.descriptor();
+    if (!Lut3DRenderWithVariant(Lut3DKernelVariant::Reference, table, d, d, format, matrix, range,
+                                f.width, f.height))
+        return {};
+    return f.pixels();
 }

@@ -1,19 +1,35 @@
 /*
- * Frame and table builders for the effect's tests.
+ * Frame and table builders for the effect's tests, owning handles, and the
+ * one reference render (the portable kernel through the driver's seam).
  *
  *   TestFrame f(17, 5, 8);            // 17x5 NV12, 8 spare bytes per row
  *   f.fillRandom(42);
  *   Lut3DFrame desc = f.descriptor();
  *   EXPECT_TRUE(f.paddingIntact());   // the spare bytes still hold the sentinel
+ *
+ *   TablePtr table(Lut3DTableCreate(levels.data(), n, entries.data()));
+ *   EXPECT_EQ(rendered.pixels(), referenceRender(f, table.get(), 0, 1, 0));
  */
 #ifndef TESTS_SUPPORT_TESTFRAMES_H
 #define TESTS_SUPPORT_TESTFRAMES_H
 
 #include <cstdint>
+#include <memory>
 #include <random>
 #include <vector>
 
 #include "ZeLut3D.h"
+
+// Tables from the loader or from Lut3DTableCreate alike.
+struct TableDeleter {
+    void operator()(Lut3DTable* t) const { ZecLut3DDestroyTable(t); }
+};
+using TablePtr = std::unique_ptr<Lut3DTable, TableDeleter>;
+
+struct EffectDeleter {
+    void operator()(Lut3DEffect* e) const { ZecLut3DDestroyEffect(e); }
+};
+using EffectPtr = std::unique_ptr<Lut3DEffect, EffectDeleter>;
 
 constexpr uint8_t kSentinel = 0xA5;
 
@@ -48,5 +64,14 @@ std::vector<uint8_t> tableEntries(uint32_t n, uint8_t (*f)(uint32_t n, uint32_t 
 std::vector<uint8_t> identityEntries(uint32_t n);
 std::vector<uint8_t> randomEntries(uint32_t n, std::mt19937& rng);
 std::vector<float> uniformLevels(uint32_t n);
+// A table built in memory from levels (N of them) and N^3 entries.
+TablePtr buildTable(const std::vector<float>& levels, const std::vector<uint8_t>& entries);
+// A table of random entries (seeded) on the given levels.
+TablePtr randomTable(const std::vector<float>& levels, uint32_t seed);
+
+// The pixels of `input` rendered by the portable reference kernel: the
+// oracle that every other path is compared with, byte for byte.
+std::vector<uint8_t> referenceRender(const TestFrame& input, const Lut3DTable* table,
+                                     uint32_t format, uint32_t matrix, int32_t range);
 
 #endif

@@ -32,6 +32,14 @@ foreach(header ZeLut3D.h ZeGlobal.h)
   endif()
 endforeach()
 get_filename_component(libdir ${library} DIRECTORY)
+
+# The consumers' table, every colour to white, through the installed tool.
+set(white_cube "LUT_3D_SIZE 2\n")
+foreach(i RANGE 7)
+  string(APPEND white_cube "1 1 1\n")
+endforeach()
+file(WRITE ${WORK_DIR}/white.cube "${white_cube}")
+run("zelut convert" ${prefix}/bin/zelut convert ${WORK_DIR}/white.cube ${WORK_DIR}/white.lut)
 get_filename_component(pcdir ${pcfile} DIRECTORY)
 
 # A consumer of an instrumented library is built with the same sanitizers.
@@ -55,7 +63,7 @@ run("configuring the consumer with find_package"
   -DCMAKE_C_FLAGS=${flags} -DCMAKE_EXE_LINKER_FLAGS=${flags}
   -DCONSUMER_LINK_SANITIZER_CXX_RUNTIME=${link_cxx_runtime})
 run("building the consumer with find_package" ${CMAKE_COMMAND} --build ${WORK_DIR}/cmake-build)
-run("running the find_package consumer" ${WORK_DIR}/cmake-build/consumer ${WORK_DIR}/a.lut)
+run("running the find_package consumer" ${WORK_DIR}/cmake-build/consumer ${WORK_DIR}/white.lut)
 message(STATUS "find_package: ${RUN_OUTPUT}")
 
 # With pkg-config.
@@ -67,5 +75,5 @@ separate_arguments(sanitize UNIX_COMMAND "${flags}")
 run("building the consumer with pkg-config" ${C_COMPILER} -std=c99 -Wall -Werror ${sanitize}
   ${CONSUMER_DIR}/consumer.c ${pcflags} ${cxx_runtime} -o ${WORK_DIR}/pc-consumer)
 run("running the pkg-config consumer"
-  ${CMAKE_COMMAND} -E env LD_LIBRARY_PATH=${libdir} ${WORK_DIR}/pc-consumer ${WORK_DIR}/b.lut)
+  ${CMAKE_COMMAND} -E env LD_LIBRARY_PATH=${libdir} ${WORK_DIR}/pc-consumer ${WORK_DIR}/white.lut)
 message(STATUS "pkg-config: ${RUN_OUTPUT}")

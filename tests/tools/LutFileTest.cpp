@@ -70,7 +70,7 @@ TEST(LutFile, DecodesFieldsAndChecksumsTheEntries)
     // A one-dimensional table of three 3-byte entries whose bytes are the
     // CRC-32 check string "123456789" (CRC cbf43926), with a gap before the
     // levels and one stray byte at the end.
-    std::vector<uint8_t> b(kLutSignature, kLutSignature + 8);
+    std::vector<uint8_t> b(kLut3DSignature, kLut3DSignature + 8);
     const uint32_t header[10] = { 1, 3, 0, 0, 0, 0, 52, 0, 0, 0 };
     for (uint32_t v : header)
         for (int i = 0; i < 4; ++i)
@@ -107,7 +107,7 @@ TEST(LutFile, NamesTheRuleABadFileBreaks)
     };
     const std::string g = asString(good);
     EXPECT_EQ(lutFileProblem(g.substr(0, 7)), "shorter than the 8-byte signature");
-    EXPECT_EQ(lutFileProblem("x" + g.substr(1)), "not a LUT file (no \".KD-LUT \" signature)");
+    EXPECT_EQ(lutFileProblem("x" + g.substr(1)), "not a LUT file (wrong signature)");
     EXPECT_EQ(lutFileProblem(g.substr(0, 10)), "file ends inside the header");
     EXPECT_EQ(lutFileProblem(with(8, 2)), "unsupported version 2 (only version 1 is read)");
     EXPECT_EQ(lutFileProblem(g.substr(0, 47)), "file ends inside the 48-byte header");

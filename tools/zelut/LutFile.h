@@ -1,6 +1,7 @@
 /*
- * The binary LUT file the library loads: a 48-byte little-endian header, N
- * level values as 32-bit floats, then N^3 entries of three output bytes.
+ * The binary LUT file the library loads, as this tool builds and explains it.
+ * The format itself (layout, parsing, the uniform test) is the library's
+ * format module, lut/format/Lut3DFormat.h.
  *
  *   LutTable t = identityTable(33);
  *   std::vector<uint8_t> bytes = encodeLutFile(t);     // ready to write
@@ -17,9 +18,7 @@
 #include <string>
 #include <vector>
 
-constexpr uint32_t kLutHeaderBytes = 48;
-constexpr uint32_t kLutMaxLevels = 65;
-extern const char kLutSignature[8]; // ".KD-LUT "
+#include "lut/format/Lut3DFormat.h"
 
 // A three-dimensional table with 8-bit entries, as this tool writes them.
 struct LutTable {

@@ -1,42 +1,11 @@
 /* A host program built against an installed libZeLutEffect: C99, the public
- * header only. Writes a 2-level table that maps every colour to white, loads
- * it, renders a small NV12 frame and checks the result. */
+ * header only. Loads a 2-level table that maps every colour to white (made by
+ * the installed zelut from a .cube file), renders a small NV12 frame and
+ * checks the result. */
 #include <stdio.h>
 #include <string.h>
 
 #include "ZeLut3D.h"
-
-static void put32(unsigned char* p, unsigned v)
-{
-    p[0] = (unsigned char)v;
-    p[1] = (unsigned char)(v >> 8);
-    p[2] = (unsigned char)(v >> 16);
-    p[3] = (unsigned char)(v >> 24);
-}
-
-static int writeWhiteTable(const char* path)
-{
-    unsigned char file[48 + 8 + 24];
-    const float levels[2] = {0.0f, 1.0f};
-    FILE* f;
-    memset(file, 0, sizeof file);
-    memcpy(file, ".KD-LUT ", 8);
-    put32(file + 8, 1);  /* version */
-    put32(file + 12, 2); /* levels per axis */
-    put32(file + 16, 0); /* 8-bit entries */
-    put32(file + 20, 1); /* three-dimensional */
-    put32(file + 32, 48);
-    memcpy(file + 48, levels, sizeof levels);
-    memset(file + 56, 255, 24);
-    f = fopen(path, "wb");
-    if (!f)
-        return 0;
-    if (fwrite(file, 1, sizeof file, f) != sizeof file) {
-        fclose(f);
-        return 0;
-    }
-    return fclose(f) == 0;
-}
 
 int main(int argc, char** argv)
 {
@@ -46,8 +15,8 @@ int main(int argc, char** argv)
     Lut3DTable* table;
     int i, ok;
 
-    if (argc != 2 || !writeWhiteTable(argv[1])) {
-        fprintf(stderr, "consumer: usage: consumer SCRATCH.lut (writable)\n");
+    if (argc != 2) {
+        fprintf(stderr, "consumer: usage: consumer WHITE.lut\n");
         return 1;
     }
     memset(luma, 60, sizeof luma);
