@@ -1,5 +1,6 @@
 #include "lut/WorkerPool.h"
 
+#include <memory>
 #include <new>
 
 void WorkerThread::run()
@@ -39,24 +40,28 @@ bool WorkerPool::start(uint32_t threadCount, int priority)
         return false;
     const uint32_t count = threadCount >= 2 ? threadCount : 1;
     m_started = true;
+    // Workers are created and started one at a time, and the first one that
+    // cannot be started ends the attempt: under a thread or memory limit the
+    // rest would only fail the same way, each with its own warning. A pool
+    // short of a worker would leave every batch waiting for it, so it is
+    // stopped and not used.
     bool complete = true;
     try {
-        m_workers.reserve(count);
-        for (uint32_t i = 0; i < count; ++i) {
-            WorkerSlot* slot = new WorkerSlot{nullptr, false};
-            m_workers.push_back(slot);
+        m_workers.reserve(count); // no reallocation while started workers index it
+        for (uint32_t i = 0; i < count && complete; ++i) {
+            std::unique_ptr<WorkerSlot> slot(new WorkerSlot{nullptr, false});
             slot->thread = new WorkerThread(this, i, count);
+            WorkerThread* thread = slot->thread;
+            {
+                std::lock_guard<std::mutex> lock(m_lock);
+                m_workers.push_back(slot.release());
+            }
+            thread->start(priority);
+            complete = thread->isRunning();
         }
     } catch (...) {
         complete = false;
     }
-    for (WorkerSlot* slot : m_workers)
-        if (slot->thread)
-            slot->thread->start(priority);
-    // A worker that failed to start (its message is out already) would leave
-    // every batch waiting for it; such a pool is not used.
-    for (WorkerSlot* slot : m_workers)
-        complete = complete && slot->thread && slot->thread->isRunning();
     if (!complete)
         stop();
     return complete;

@@ -3,9 +3,14 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <cstdio>
 #include <cstring>
 #include <thread>
 #include <vector>
+
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include "CZeThread.h"
 #include "ZeLut3D.h"
@@ -170,6 +175,65 @@ TEST(WorkerPool, StopWakesSleepingWorkersAndEmptyPoolsReturnAtOnce)
     int calls = 0;
     unstarted.runBatch([](void* arg, uint32_t, uint32_t) { ++*static_cast<int*>(arg); }, &calls);
     EXPECT_EQ(calls, 0);
+}
+
+// Sanitizer runtimes reserve terabytes of address space; an address-space
+// limit cannot be set under them.
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#define ZE_NO_ADDRESS_LIMIT 1
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
+#define ZE_NO_ADDRESS_LIMIT 1
+#endif
+#endif
+
+// Under a limit that lets only a few workers start, asking for a thousand
+// stops at the first one that fails: one warning, no pool, and the effect
+// renders on the caller's thread as if it had asked for one.
+TEST(Lut3DEffectPool, WorkerLimitStopsAtTheFirstFailure)
+{
+#if defined(ZE_NO_ADDRESS_LIMIT)
+    GTEST_SKIP() << "no address-space limit under a sanitizer";
+#else
+    TablePtr table = randomTable(uniformLevels(5), 12);
+    TestFrame input(20, 9);
+    input.fillRandom(13);
+    const std::vector<uint8_t> expected = referenceRender(input, table.get(), 0, 0, 0);
+    fflush(nullptr);
+    const pid_t child = fork();
+    ASSERT_GE(child, 0);
+    if (child == 0) {
+        // Room for a handful of default-sized thread stacks, not a thousand.
+        struct rlimit limit;
+        getrlimit(RLIMIT_AS, &limit);
+        long pages = 0;
+        FILE* statm = std::fopen("/proc/self/statm", "r");
+        if (!statm || std::fscanf(statm, "%ld", &pages) != 1)
+            _exit(10);
+        limit.rlim_cur = static_cast<rlim_t>(pages) * sysconf(_SC_PAGESIZE) + (48 << 20);
+        if (setrlimit(RLIMIT_AS, &limit) != 0)
+            _exit(11);
+        MessageCapture capture;
+        EffectPtr e(ZecLut3DCreateEffect(1000));
+        if (e->pool)
+            _exit(77); // the limit did not hold here (an emulator may ignore it)
+        size_t warnings = 0;
+        for (const CapturedMessage& m : capture.messages())
+            warnings += m.text.find("CZeThread::start: Thread creation error: ") != std::string::npos;
+        TestFrame f = input;
+        Lut3DFrame d = f.descriptor();
+        const bool rendered = ZecLut3DRenderEffect(e.get(), table.get(), &d, &d, 0, 0, 0, f.width,
+                                                   static_cast<int32_t>(f.height), 0) == 1;
+        _exit(warnings != 1 ? 1 : e->threadCount != 0 ? 2 : !rendered ? 3 :
+              f.pixels() != expected ? 4 : 0);
+    }
+    int status = 0;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    ASSERT_TRUE(WIFEXITED(status)) << status;
+    if (WEXITSTATUS(status) == 77)
+        GTEST_SKIP() << "the address-space limit is not enforced here";
+    EXPECT_EQ(WEXITSTATUS(status), 0) << "1: not one warning, 2: a pool, 3/4: bad fallback render";
+#endif
 }
 
 TEST(Lut3DEffectPool, ThreadCountSetsUpThePool)

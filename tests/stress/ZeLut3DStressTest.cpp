@@ -162,6 +162,41 @@ struct SharedTable {
 
 } // namespace
 
+// The first renders of the process, from eight host threads at once on
+// pooled effects: whatever the library sets up on first use (such as the
+// kernel it picks for this CPU) is set up under contention. Its own ctest
+// entry runs it alone in a fresh process, under ThreadSanitizer too; the
+// results are compared with the reference only after the race.
+TEST(ZeLut3DStress, ColdStartFromManyThreadsAtOnce)
+{
+    SharedTable shared;
+    ASSERT_NE(shared.table, nullptr);
+    const std::vector<RenderJob> jobs = renderJobs();
+    std::vector<std::vector<uint8_t>> results(kHostThreads);
+    std::vector<Lut3DEffect*> effects;
+    for (int t = 0; t < kHostThreads; ++t)
+        effects.push_back(ZecLut3DCreateEffect(uint32_t(2 + t % 3)));
+    StartLine start(kHostThreads);
+    std::vector<std::thread> hosts;
+    for (int t = 0; t < kHostThreads; ++t)
+        hosts.emplace_back([&, t] {
+            const RenderJob& job = jobs[size_t(t) % jobs.size()];
+            TestFrame frame = sourceOf(job);
+            Lut3DFrame d = descriptorOf(frame, job);
+            start.arriveAndWait();
+            if (ZecLut3DRenderEffect(effects[size_t(t)], shared.table, &d, &d, job.format,
+                                     job.matrix, job.range, job.width, int32_t(job.height), 0))
+                results[size_t(t)] = frame.pixels();
+        });
+    for (std::thread& h : hosts)
+        h.join();
+    for (int t = 0; t < kHostThreads; ++t) {
+        ZecLut3DDestroyEffect(effects[size_t(t)]);
+        EXPECT_EQ(results[size_t(t)], referenceRender(shared.table, jobs[size_t(t) % jobs.size()]))
+            << "host thread " << t;
+    }
+}
+
 // Eight host threads, each with its own pooled effect (two to five workers),
 // render every frame of the list in its own order, through one table, half
 // of them in place. Each result equals the reference render, which a
