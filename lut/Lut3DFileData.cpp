@@ -150,5 +150,5 @@ Lut3DFileData* Lut3DFileDataCreateFromMemory(const void* data, size_t size)
 
 void Lut3DFileDataDestroy(Lut3DFileData* file)
 {
-    Lut3DDeleteRecord(file);
+    Lut3DDestroyRecord(file);
 }

@@ -3,8 +3,8 @@
  * raw entries, level values, constants block) and for its records. Every
  * such block is released with Lut3DAlignedFree, never with delete.
  *
- *   Lut3DTable* t = Lut3DNewRecord<Lut3DTable>();   // value-initialised, or null
- *   Lut3DDeleteRecord(t);
+ *   Lut3DTable* t = Lut3DCreateRecord<Lut3DTable>();   // value-initialised, or null
+ *   Lut3DDestroyRecord(t);
  *
  * Lut3DAlignedAlloc is the one allocation point of loading and building a
  * table and sits alone in its own source file: a test program that defines
@@ -27,14 +27,14 @@ void Lut3DAlignedFree(void* block);
 // A value-initialised record in a block of the allocation point; null when
 // the block cannot be had.
 template <typename T>
-T* Lut3DNewRecord() noexcept
+T* Lut3DCreateRecord() noexcept
 {
     void* block = Lut3DAlignedAlloc(sizeof(T));
     return block ? new (block) T{} : nullptr;
 }
 
 template <typename T>
-void Lut3DDeleteRecord(T* record) noexcept
+void Lut3DDestroyRecord(T* record) noexcept
 {
     if (!record)
         return;

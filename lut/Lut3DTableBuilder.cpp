@@ -87,7 +87,7 @@ Lut3DTable* Lut3DTableCreate(const float* levels, uint32_t n, const uint8_t* ent
 {
     if (n == 0 || n > kLut3DMaxLevels || !levels || !entries)
         return nullptr;
-    Lut3DTable* table = Lut3DNewRecord<Lut3DTable>();
+    Lut3DTable* table = Lut3DCreateRecord<Lut3DTable>();
     if (!table)
         return nullptr;
     if (!Lut3DBuildGrid(table, n, entries) || !Lut3DBuildIndexTable(table, levels, n)) {
@@ -105,5 +105,5 @@ void Lut3DTableDestroy(Lut3DTable* table)
     table->indexTable = nullptr;
     Lut3DAlignedFree(table->grid);
     table->grid = nullptr;
-    Lut3DDeleteRecord(table);
+    Lut3DDestroyRecord(table);
 }
