@@ -66,6 +66,19 @@ ZE_EXPORT int32_t ZecLut3DRenderEffect(Lut3DEffect* effect, Lut3DTable* table, L
                                        uint32_t colourMatrix, int32_t range, uint32_t width,
                                        int32_t height, int32_t reserved);
 
+/* Receives every message the library emits (refusals, misuse, system-call
+ * failures), with the priority and tag the Android log gets: priority 6
+ * error, 5 warning, 4 info, 2 debug; tag "tavren". Messages still go to the
+ * Android log as well. The callback is called on whatever thread emits the
+ * message, possibly on several threads at once, and must not call back into
+ * the library. text is valid during the call only. */
+typedef void (*ZecLut3DMessageCallback)(int priority, const char* tag, const char* text);
+
+/* Sets the message callback for the whole process; NULL restores the default
+ * (no callback). A message being delivered while the callback is replaced may
+ * still reach the previous one. */
+ZE_EXPORT void ZecLut3DSetMessageCallback(ZecLut3DMessageCallback callback);
+
 #ifdef __cplusplus
 }
 #endif

@@ -9,6 +9,7 @@
 
 #include "CZeString.h"
 #include "core/log/CZeMessageLogger.h"
+#include "core/log/ZeLogSinks.h"
 #include "lut/Lut3DFileData.h"
 #include "lut/Lut3DMemory.h"
 #include "lut/Lut3DRender.h"
@@ -132,4 +133,9 @@ void ZecLut3DDestroyTable(Lut3DTable* table)
     Lut3DFileData* file = table->fileData;
     Lut3DTableDestroy(table);
     Lut3DFileDataDestroy(file);
+}
+
+void ZecLut3DSetMessageCallback(ZecLut3DMessageCallback callback)
+{
+    ZeLogSetHostSink(callback);
 }

@@ -1,11 +1,9 @@
 #include "CZeDebugLog.h"
 
-#include <android/log.h>
-#include <cstdio>
 #include <cstring>
 #include <new>
 
-#include "CZeLogger.h"
+#include "core/log/ZeLogSinks.h"
 
 CZeDebugLog::DebugLevel CZeDebugLog::m_debugLevel = CZeDebugLog::DebugLevelInfo;
 bool CZeDebugLog::m_forceSaveLogToFile = false;
@@ -13,20 +11,10 @@ bool CZeDebugLog::m_outputToStdOut = false;
 
 namespace {
 
-const char kLogTag[] = "tavren";
-
 // Android priorities: verbose 2, info 4, warn 5, error 6. Unknown types are verbose.
 int priorityFor(CZeDebugLog::ZeMessageType type)
 {
     return (type >= CZeDebugLog::ZeInfoMsg && type <= CZeDebugLog::ZeErrorMsg) ? type + 3 : 2;
-}
-
-// The log-file writer's entry point. Messages that ask to be saved (or all
-// messages, when saving is forced) are handed over here in addition to the
-// console or system log; the writer stamps and queues them.
-void forwardToLogFile(const char* message)
-{
-    CZeLogger::WriteMessage(message);
 }
 
 } // namespace
@@ -52,13 +40,8 @@ void CZeDebugLog::debugFormatOutput(const char* message, ZeMessageType type, boo
     if (!DebugLevelCheck(type))
         return;
     if (message && (saveToFile || m_forceSaveLogToFile))
-        forwardToLogFile(message);
-    if (!m_outputToStdOut) {
-        __android_log_write(priorityFor(type), kLogTag, message);
-    } else {
-        std::fprintf(stderr, "%s\n", message);
-        std::fflush(stderr);
-    }
+        ZeLogToFile(message);
+    ZeLogToSystem(priorityFor(type), message, m_outputToStdOut);
 }
 
 void CZeDebugLog::debugFormatOutput(const char* message, ZeMessageType type, const char* file,

@@ -16,12 +16,25 @@
 #include "CZeString.h"
 
 #include <cmath>
+#include <cstdio>
 #include <cstring>
 
-#include "core/log/CZeMessageLogger.h"
+#include "core/text/ZeTextWarning.h"
 #include "core/text/ZeNumberText.h"
 
 namespace {
+
+// "CZeString::arg: Argument missing:<text>,<argument>", uncut.
+void warnArgumentMissing(const CZeString& text, const CZeString& argument)
+{
+    if (!ZeTextWarningsEnabled())
+        return;
+    CZeString message(CZeLatin1String("CZeString::arg: Argument missing:"));
+    message.append(text);
+    message.append(CZeChar(','));
+    message.append(argument);
+    ZeTextWarningLong(message);
+}
 
 // The longest string a block can hold (the 32-bit block-size limit of the
 // storage comes first; this only keeps the arithmetic below in range).
@@ -183,9 +196,12 @@ CZeString CZeString::arg(const CZeString& a, int fieldWidth, CZeChar fillChar) c
 {
     const ArgEscapes e = findArgEscapes(reinterpret_cast<const unsigned short*>(unicode()), size());
     if (e.count == 0) {
-        if (CZeDebugLog::DebugLevelCheck(CZeDebugLog::ZeWarningMsg))
-            CZeMessageLogger().warning("CZeString::arg: Argument missing: %s, %s",
-                toUtf8().constData(), a.toUtf8().constData());
+        if (ZeTextWarningsEnabled()) {
+            char text[1024];
+            std::snprintf(text, sizeof text, "CZeString::arg: Argument missing: %s, %s",
+                          toUtf8().constData(), a.toUtf8().constData());
+            ZeTextWarning(text);
+        }
         return *this;
     }
     return replaceArgEscapes(*this, e, a, fieldWidth, fillChar);
@@ -195,7 +211,7 @@ CZeString CZeString::arg(long long a, int fieldWidth, int base, CZeChar fillChar
 {
     const ArgEscapes e = findArgEscapes(reinterpret_cast<const unsigned short*>(unicode()), size());
     if (e.count == 0) {
-        CZeMessageLogger().warning() << "CZeString::arg: Argument missing:" << *this << ',' << a;
+        warnArgumentMissing(*this, CZeString::number(a));
         return *this;
     }
     char digits[ZeText::kIntegerTextSize];
@@ -208,7 +224,7 @@ CZeString CZeString::arg(unsigned long long a, int fieldWidth, int base, CZeChar
 {
     const ArgEscapes e = findArgEscapes(reinterpret_cast<const unsigned short*>(unicode()), size());
     if (e.count == 0) {
-        CZeMessageLogger().warning() << "CZeString::arg: Argument missing:" << *this << ',' << a;
+        warnArgumentMissing(*this, CZeString::number(a));
         return *this;
     }
     char digits[ZeText::kIntegerTextSize];

@@ -6,7 +6,7 @@
 #include <cstring>
 #include <new>
 
-#include "core/log/CZeMessageLogger.h"
+#include "core/text/ZeTextWarning.h"
 #include "core/text/ZeLatin1Case.h"
 #include "core/text/ZeTextConvert.h"
 
@@ -74,7 +74,7 @@ CZeString CZeTextDecoder::toUnicode(const char* bytes, int length)
         return CZeString::fromLatin1(bytes ? bytes : "", length);
     if (m_mib == kMibUtf8)
         return utf8ToUnicode(reinterpret_cast<const unsigned char*>(bytes), length);
-    ZE_LOGGER.warning("Unsupported mib!");
+    ZE_TEXT_WARNING_HERE("Unsupported mib!");
     return CZeString();
 }
 

@@ -4,7 +4,7 @@
 
 #include <zlib.h>
 
-#include "core/log/CZeMessageLogger.h"
+#include "core/text/ZeTextWarning.h"
 #include "core/text/ZeByteArrayBlock.h"
 
 namespace ZeText {
@@ -15,7 +15,7 @@ constexpr unsigned long kMaxByteArraySize = 0x7ffffffeul;
 
 void warn(const char* text)
 {
-    CZeMessageLogger().warning("%s", text);
+    ZeTextWarning(text);
 }
 
 } // namespace

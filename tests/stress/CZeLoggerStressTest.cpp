@@ -19,7 +19,7 @@
 
 #include "CZeDir.h"
 #include "CZeLogger.h"
-#include "core/log/ZeLoggerInternal.h"
+#include "core/logfile/ZeLoggerInternal.h"
 #include "support/MessageCapture.h"
 #include "support/TemporaryDirectory.h"
 

@@ -3,28 +3,30 @@
 #include <mutex>
 
 #include "CZeDebugLog.h"
+#include "ZeLut3D.h"
 
 namespace {
 std::mutex g_mutex;
 std::vector<CapturedMessage> g_messages;
-} // namespace
 
-extern "C" int __android_log_write(int prio, const char* tag, const char* text)
+void capture(int priority, const char* tag, const char* text)
 {
     std::lock_guard<std::mutex> lock(g_mutex);
-    g_messages.push_back({prio, tag ? tag : "", text ? text : "(null)"});
-    return 1;
+    g_messages.push_back({priority, tag ? tag : "", text ? text : "(null)"});
 }
+} // namespace
 
 MessageCapture::MessageCapture()
 {
     clear();
+    ZecLut3DSetMessageCallback(capture);
     CZeDebugLog::SetDebugLevel(CZeDebugLog::DebugLevelInfo);
     CZeDebugLog::SetForceLogToStdOut(false);
 }
 
 MessageCapture::~MessageCapture()
 {
+    ZecLut3DSetMessageCallback(nullptr);
     CZeDebugLog::SetDebugLevel(CZeDebugLog::DebugLevelInfo);
     CZeDebugLog::SetForceLogToStdOut(false);
 }

@@ -1,7 +1,6 @@
 /*
- * Captures every message the library sends to the Android log. The test
- * program defines __android_log_write itself, so the dynamic linker binds the
- * library's calls to it instead of the system log.
+ * Captures every message the library emits, through its message callback
+ * (ZecLut3DSetMessageCallback); the messages still go to the system log.
  *
  *   MessageCapture capture;          // starts empty, restores log switches on exit
  *   ...call the library...

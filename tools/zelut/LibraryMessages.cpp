@@ -3,6 +3,10 @@
 #include <mutex>
 #include <vector>
 
+#include <dlfcn.h>
+
+#include "ZeLut3D.h"
+
 namespace {
 
 struct Message {
@@ -13,20 +17,29 @@ struct Message {
 std::mutex g_mutex;
 std::vector<Message> g_messages;
 
-const int kWarnPriority = 5; // Android's ANDROID_LOG_WARN
+const int kWarnPriority = 5; // Android's warning priority
 
-} // namespace
-
-// Default visibility so that the executable exports it and the library's
-// reference binds here rather than to liblog.
-extern "C" __attribute__((visibility("default"))) int __android_log_write(
-    int priority, const char* tag, const char* text)
+void keep(int priority, const char*, const char* text)
 {
-    (void)tag;
     std::lock_guard<std::mutex> lock(g_mutex);
     if (g_messages.size() < 64) // a reason is wanted, not a transcript
         g_messages.push_back({ priority, text ? text : "" });
-    return 1;
+}
+
+} // namespace
+
+void captureLibraryMessages()
+{
+    ZecLut3DSetMessageCallback(keep);
+    // The tool states the library's reason itself, in one line; the system
+    // log's copy would only repeat it on stderr. Android's logging library,
+    // when the library brought it along, is told to keep quiet (its silent
+    // priority is 8); without it the library's fallback writes to stderr and
+    // only the debug level could mute it, the callback with it.
+    using SetMinimum = int (*)(int);
+    if (auto setMinimum = reinterpret_cast<SetMinimum>(
+            dlsym(RTLD_DEFAULT, "__android_log_set_minimum_priority")))
+        setMinimum(8);
 }
 
 void clearLibraryMessages()

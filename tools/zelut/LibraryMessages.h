@@ -1,11 +1,10 @@
 /*
- * What the library said. The library reports refusals through the Android
- * log (tag "tavren"); on a Linux host Debian's liblog would print each one to
- * standard error as a "tavren E <date> <pid> <tid> file(line), function: text"
- * line. The tool defines __android_log_write itself (the dynamic linker binds
- * the library's calls to this definition) and turns the last reason into one
- * line of its own.
+ * What the library said. The library reports refusals through its message
+ * callback (and the system log, which the tool mutes: on a Linux host the
+ * system log would repeat each message on standard error); the tool turns
+ * the first reason into one line of its own.
  *
+ *   captureLibraryMessages();            // once, at start-up
  *   clearLibraryMessages();
  *   Lut3DTable* t = ZecLut3DLoadTableFromFile(path);
  *   if (!t) fail(path + ": " + libraryReason("the library refused it"));
@@ -15,6 +14,7 @@
 
 #include <string>
 
+void captureLibraryMessages();
 void clearLibraryMessages();
 
 // The first warning or error since clearLibraryMessages(), without the

@@ -6,6 +6,7 @@
 #include <new>
 
 #include "Commands.h"
+#include "LibraryMessages.h"
 #include "ToolCommon.h"
 
 namespace {
@@ -37,6 +38,7 @@ const Command kCommands[] = { { "convert", runConvert }, { "info", runInfo }, { 
 
 int main(int argc, char** argv)
 {
+    captureLibraryMessages();
     if (argc < 2) {
         std::fputs("zelut: no command given; see 'zelut --help'\n", stderr);
         return 2;

@@ -131,7 +131,7 @@ TEST(DebugLogLevels, ConsoleGoesToStandardErrorWithLineFeed)
     const std::string err = testing::internal::GetCapturedStderr();
     Log::SetForceLogToStdOut(false);
     EXPECT_EQ(err, "c.cpp(9), fn: to console\nplain\n");
-    EXPECT_EQ(capture.count(), 0u);
+    EXPECT_EQ(capture.count(), 2u); // the host's callback sees them all the same
 }
 
 TEST(DebugLogLevels, SwitchesStartAsDocumented)

@@ -17,7 +17,7 @@
 #include <string>
 #include <thread>
 
-#include "core/log/ZeLoggerInternal.h"
+#include "core/logfile/ZeLoggerInternal.h"
 
 constexpr int64_t kMillisecond = 1000 * 1000;
 constexpr int64_t kSecond = 1000 * kMillisecond;

@@ -13,7 +13,6 @@
  */
 #include "CZeLogger.h"
 
-#include <android/log.h>
 #include <pthread.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -31,14 +30,17 @@
 #include <thread>
 
 #include "CZeDir.h"
-#include "core/log/ZeLoggerInternal.h"
+#include "core/log/ZeLogSinks.h"
+#include "core/logfile/ZeLoggerInternal.h"
 
 namespace {
 
 constexpr int64_t kFlushIntervalNs = 10LL * 1000 * 1000 * 1000;
 constexpr int64_t kOpenRetryNs = 30LL * 1000 * 1000 * 1000;
-constexpr int kAndroidLogWarn = 5;
-const char kLogTag[] = "tavren";
+// The folder and file-name tag below the log directory; the host
+// application looks for its logs under these very names.
+constexpr char kLogFolder[] = "/corvidsdk";
+constexpr char kFileTag[] = "corvidsdklog";
 
 time_t systemWallClock()
 {
@@ -108,7 +110,7 @@ CZeByteArray formatTime(const struct tm& t, const char* format)
 
 class CZeLoggerPrivate {
 public:
-    CZeLoggerPrivate() : tag(CZeLatin1String("corvidsdklog")) {}
+    CZeLoggerPrivate() : tag(CZeLatin1String(kFileTag)) {}
 
     void run();
     bool openFile();
@@ -328,7 +330,7 @@ bool CZeLoggerPrivate::openFile()
     CZeString path;
     if (!folder.isEmpty()) {
         path = folder;
-        path.append(CZeLatin1String("/corvidsdk"));
+        path.append(CZeLatin1String(kLogFolder));
         path.append(CZeLatin1String("/log/"));
         CZeDir::mkpath(path); // a failure shows as a failed opening
         const CZeString day = CZeString::fromLatin1(formatTime(local, "%Y-%m-%d"));
@@ -355,9 +357,20 @@ bool CZeLoggerPrivate::openFile()
     count(g_counters.openFailures);
     CZeByteArray message("Failed to create log file: ");
     message.append(native);
-    __android_log_write(kAndroidLogWarn, kLogTag, message.constData());
+    ZeLogToSystem(kZeLogPriorityWarn, message.constData(), false);
     return false;
 }
+
+namespace {
+
+// Saved messages of the emitter come here from the moment the library is
+// loaded; the emitter itself knows nothing of files.
+__attribute__((constructor)) void plugIntoTheEmitter()
+{
+    ZeLogSetFileSink([](const char* message) { CZeLogger::WriteMessage(message); });
+}
+
+} // namespace
 
 void CZeLogger::WriteMessage(const char* message)
 {

@@ -1,0 +1,78 @@
+// The Android sink itself: this program stands in for the system's log, so
+// that what reaches it can be compared with what reaches the host's callback.
+#include <gtest/gtest.h>
+
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "CZeDebugLog.h"
+#include "core/log/CZeMessageLogger.h"
+#include "ZeLut3D.h"
+#include "support/MessageCapture.h"
+
+namespace {
+
+std::mutex g_mutex;
+std::vector<CapturedMessage> g_system;
+
+std::vector<CapturedMessage> systemLog()
+{
+    std::lock_guard<std::mutex> lock(g_mutex);
+    return g_system;
+}
+
+} // namespace
+
+extern "C" int __android_log_write(int priority, const char* tag, const char* text)
+{
+    std::lock_guard<std::mutex> lock(g_mutex);
+    g_system.push_back({priority, tag, text});
+    return 1;
+}
+
+namespace {
+
+bool same(const CapturedMessage& a, const CapturedMessage& b)
+{
+    return a.priority == b.priority && a.tag == b.tag && a.text == b.text;
+}
+
+TEST(LogSinks, SystemLogAndCallbackGetTheSameMessages)
+{
+    g_system.clear();
+    {
+        MessageCapture capture;
+        CZeMessageLogger("s.cpp", 3, "f").error("broken %d", 1);
+        CZeMessageLogger().warning("odd");
+        CZeDebugLog::debugFormatOutput("note", CZeDebugLog::ZeInfoMsg, false);
+        const auto hosted = capture.messages();
+        const auto system = systemLog();
+        ASSERT_EQ(system.size(), 3u);
+        ASSERT_EQ(hosted.size(), 3u);
+        const CapturedMessage expected[] = {
+            {6, "tavren", "s.cpp(3), f: broken 1"}, {5, "tavren", "odd"}, {4, "tavren", "note"}};
+        for (size_t i = 0; i < 3; ++i) {
+            EXPECT_TRUE(same(system[i], expected[i])) << system[i].text;
+            EXPECT_TRUE(same(hosted[i], expected[i])) << hosted[i].text;
+        }
+
+        // The console switch takes the system log's place, not the callback's.
+        CZeDebugLog::SetForceLogToStdOut(true);
+        testing::internal::CaptureStderr();
+        CZeMessageLogger().error("console");
+        EXPECT_EQ(testing::internal::GetCapturedStderr(), "console\n");
+        CZeDebugLog::SetForceLogToStdOut(false);
+        EXPECT_EQ(systemLog().size(), 3u);
+        EXPECT_EQ(capture.messages().back().text, "console");
+    }
+    // Without a callback (MessageCapture restored the default) only the
+    // system log hears.
+    MessageCapture later;
+    ZecLut3DSetMessageCallback(nullptr);
+    CZeMessageLogger().error("alone");
+    EXPECT_EQ(systemLog().back().text, "alone");
+    EXPECT_EQ(later.count(), 0u);
+}
+
+} // namespace
