@@ -113,8 +113,10 @@ SZeArrayData* SZeArrayData::allocate(unsigned long objectSize, unsigned long ali
     header->size = 0;
     header->alloc = static_cast<unsigned int>(block.capacity) & 0x7fffffffu;
     header->capacityReserved = (options & CapacityReserved) ? 1 : 0;
+    // The elements start at the first multiple of the alignment at or after
+    // the end of the header itself; the slack above covers the distance.
     const uintptr_t start = reinterpret_cast<uintptr_t>(header);
-    const uintptr_t elements = (start + headerSize + alignment - 1) / alignment * alignment;
+    const uintptr_t elements = (start + kHeaderSize + alignment - 1) / alignment * alignment;
     header->offset = static_cast<std::ptrdiff_t>(elements - start);
     return header;
 }

@@ -115,6 +115,20 @@ TEST(SZeArrayData, OptionsAndAlignment)
     EXPECT_GE(x->offset, static_cast<std::ptrdiff_t>(kHeader));
     EXPECT_TRUE(x->isRawData()); // elements not directly behind the header
     Data::deallocate(x, 2, 64);
+
+    // Every alignment: the elements start at the first multiple at or after
+    // the header, and all `capacity` of them lie inside the block (written
+    // whole, so AddressSanitizer sees any overrun).
+    for (unsigned long alignment : {8ul, 16ul, 32ul, 64ul, 128ul})
+        for (unsigned long capacity : {1ul, 10ul, 33ul}) {
+            Data* d = Data::allocate(1, alignment, capacity, 0);
+            ASSERT_NE(d, nullptr);
+            const uintptr_t start = reinterpret_cast<uintptr_t>(d);
+            const uintptr_t first = (start + kHeader + alignment - 1) / alignment * alignment;
+            EXPECT_EQ(reinterpret_cast<uintptr_t>(d->data()), first) << alignment << " " << capacity;
+            std::memset(d->data(), 0x5A, capacity);
+            Data::deallocate(d, 1, alignment);
+        }
 }
 
 TEST(SZeArrayData, ImpossibleSizesGiveNull)
