@@ -9,20 +9,21 @@
 #include <cstdint>
 #include <cstring>
 
+#include "core/text/ZeArrayBlock.h"
 #include "core/text/ZeLatin1Case.h"
 
 namespace {
 
-constexpr unsigned long kAlignment = alignof(SZeArrayData);
+using Bytes = ZeArrayBlock<char>;
 
 inline char* bytesOf(SZeArrayData* d)
 {
-    return static_cast<char*>(d->data());
+    return Bytes::elements(d);
 }
 
 inline SZeArrayData* allocateBytes(unsigned int capacity, int options)
 {
-    return SZeArrayData::allocate(1, kAlignment, capacity, options);
+    return Bytes::allocate(capacity, options);
 }
 
 // Target of writes through operator[] with an index outside the array.
@@ -82,26 +83,16 @@ CZeByteArray::CZeByteArray(const char* data, int size) : d(SZeArrayData::sharedN
         d = SZeArrayData::sharedEmpty();
         return;
     }
-    SZeArrayData* x = allocateBytes(unsigned(size) + 1u, SZeArrayData::Default);
-    if (!x)
-        return;
-    std::memcpy(bytesOf(x), data, size_t(size));
-    bytesOf(x)[size] = '\0';
-    x->size = size;
-    d = x;
+    if (SZeArrayData* x = Bytes::create(size, [&](char* p) { std::memcpy(p, data, size_t(size)); }))
+        d = x;
 }
 
 CZeByteArray::CZeByteArray(int size, char ch) : d(SZeArrayData::sharedEmpty())
 {
     if (size <= 0)
         return;
-    SZeArrayData* x = allocateBytes(unsigned(size) + 1u, SZeArrayData::Default);
-    if (!x)
-        return;
-    std::memset(bytesOf(x), ch, size_t(size));
-    bytesOf(x)[size] = '\0';
-    x->size = size;
-    d = x;
+    if (SZeArrayData* x = Bytes::create(size, [&](char* p) { std::memset(p, ch, size_t(size)); }))
+        d = x;
 }
 
 CZeByteArray& CZeByteArray::operator=(const CZeByteArray& other) noexcept
@@ -155,14 +146,9 @@ bool CZeByteArray::ownsPointer(const char* p) const noexcept
 bool CZeByteArray::reallocData(unsigned int alloc, int options)
 {
     if (d->isShared() || d->isRawData()) {
-        SZeArrayData* x = allocateBytes(alloc, options);
-        if (!x || x->alloc == 0)
+        SZeArrayData* x = Bytes::copy(d, alloc, options);
+        if (!x)
             return false;
-        const int keep = int(alloc) - 1 < d->size ? int(alloc) - 1 : d->size;
-        if (keep > 0)
-            std::memcpy(bytesOf(x), constData(), size_t(keep));
-        x->size = keep;
-        bytesOf(x)[keep] = '\0';
         release(d);
         d = x;
         return true;
@@ -573,20 +559,13 @@ CZeByteArray CZeByteArray::fromRawData(const char* data, int size)
         size = clampedLength(data);
     if (size == 0)
         return CZeByteArray(SZeArrayData::sharedEmpty(), Adopt());
-    SZeArrayData* x = SZeArrayData::allocate(1, kAlignment, 0, SZeArrayData::RawData);
-    if (!x)
-        return CZeByteArray();
-    x->offset = static_cast<std::ptrdiff_t>(reinterpret_cast<uintptr_t>(data)
-                                            - reinterpret_cast<uintptr_t>(x));
-    x->size = size;
-    return CZeByteArray(x, Adopt());
+    SZeArrayData* x = Bytes::createRaw(data, size);
+    return x ? CZeByteArray(x, Adopt()) : CZeByteArray();
 }
 
 CZeByteArray& CZeByteArray::setRawData(const char* data, int size)
 {
-    // An unshared header without capacity is an earlier raw header of ours.
-    const bool ownRawHeader =
-        !d->isShared() && d->alloc == 0 && d != SZeArrayData::unsharableEmpty();
+    const bool ownRawHeader = Bytes::isOwnRaw(d);
     if (ownRawHeader && !data) {
         release(d);
         d = SZeArrayData::sharedEmpty();
@@ -594,11 +573,7 @@ CZeByteArray& CZeByteArray::setRawData(const char* data, int size)
     }
     if (!ownRawHeader)
         return *this = fromRawData(data, size);
-    if (size < 0)
-        size = clampedLength(data);
-    d->offset = static_cast<std::ptrdiff_t>(reinterpret_cast<uintptr_t>(data)
-                                            - reinterpret_cast<uintptr_t>(d));
-    d->size = size;
+    Bytes::repoint(d, data, size < 0 ? clampedLength(data) : size);
     return *this;
 }
 

@@ -13,23 +13,24 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "core/text/ZeArrayBlock.h"
 #include "core/text/ZeTextConvert.h"
 
 namespace {
 
 constexpr unsigned long kUnitSize = sizeof(unsigned short);
-constexpr unsigned long kAlignment = alignof(SZeArrayData);
+using Units = ZeArrayBlock<unsigned short>;
 
 static_assert(sizeof(CZeChar) == 2, "CZeChar must be one UTF-16 code unit");
 
 inline unsigned short* unitsOf(SZeArrayData* d)
 {
-    return static_cast<unsigned short*>(d->data());
+    return Units::elements(d);
 }
 
 inline SZeArrayData* allocateUnits(unsigned int capacity, int options)
 {
-    return SZeArrayData::allocate(kUnitSize, kAlignment, capacity, options);
+    return Units::allocate(capacity, options);
 }
 
 int unitLength(const unsigned short* s)
@@ -49,13 +50,8 @@ int latin1Length(const char* s)
 // A block holding a copy of `size` (> 0) units, or null.
 SZeArrayData* copyUnits(const unsigned short* source, int size)
 {
-    SZeArrayData* x = allocateUnits(unsigned(size) + 1u, SZeArrayData::Default);
-    if (!x)
-        return nullptr;
-    std::memcpy(unitsOf(x), source, size_t(size) * kUnitSize);
-    unitsOf(x)[size] = 0;
-    x->size = size;
-    return x;
+    return Units::create(size,
+                         [&](unsigned short* p) { std::memcpy(p, source, size_t(size) * kUnitSize); });
 }
 
 CZeChar& scratchUnit()
@@ -88,27 +84,19 @@ CZeString::CZeString(int size, CZeChar ch) : d(SZeArrayData::sharedEmpty())
 {
     if (size <= 0)
         return;
-    SZeArrayData* x = allocateUnits(unsigned(size) + 1u, SZeArrayData::Default);
-    if (!x)
-        return;
-    unsigned short* p = unitsOf(x);
-    for (int i = 0; i < size; ++i)
-        p[i] = ch.unicode();
-    p[size] = 0;
-    x->size = size;
-    d = x;
+    if (SZeArrayData* x = Units::create(size, [&](unsigned short* p) {
+            for (int i = 0; i < size; ++i)
+                p[i] = ch.unicode();
+        }))
+        d = x;
 }
 
 CZeString::CZeString(int size, Ze::Initialization) : d(SZeArrayData::sharedEmpty())
 {
     if (size <= 0)
         return;
-    SZeArrayData* x = allocateUnits(unsigned(size) + 1u, SZeArrayData::Default);
-    if (!x)
-        return;
-    unitsOf(x)[size] = 0;
-    x->size = size;
-    d = x;
+    if (SZeArrayData* x = Units::create(size, [](unsigned short*) {}))
+        d = x;
 }
 
 CZeString::CZeString(CZeChar ch) : d(SZeArrayData::sharedNull())
@@ -168,21 +156,13 @@ CZeString CZeString::fromRawData(const CZeChar* unicode, int size)
         size = unitLength(reinterpret_cast<const unsigned short*>(unicode));
     if (size == 0)
         return CZeString(SZeArrayData::sharedEmpty(), Adopt());
-    SZeArrayData* x = SZeArrayData::allocate(kUnitSize, kAlignment, 0, SZeArrayData::RawData);
-    if (!x)
-        return CZeString();
-    x->offset = static_cast<std::ptrdiff_t>(reinterpret_cast<uintptr_t>(unicode)
-                                            - reinterpret_cast<uintptr_t>(x));
-    x->size = size;
-    return CZeString(x, Adopt());
+    SZeArrayData* x = Units::createRaw(unicode, size);
+    return x ? CZeString(x, Adopt()) : CZeString();
 }
 
 CZeString& CZeString::setRawData(const CZeChar* unicode, int size)
 {
-    // An unshared header without capacity is an earlier raw header of ours.
-    const bool ownRawHeader =
-        !d->isShared() && d->alloc == 0 && d != SZeArrayData::unsharableEmpty();
-    if (!ownRawHeader)
+    if (!Units::isOwnRaw(d))
         return *this = fromRawData(unicode, size);
     if (!unicode) {
         // Empty, not null. The bare header has no room for a terminator of its
@@ -191,11 +171,8 @@ CZeString& CZeString::setRawData(const CZeChar* unicode, int size)
         d = SZeArrayData::sharedEmpty();
         return *this;
     }
-    if (size < 0)
-        size = unitLength(reinterpret_cast<const unsigned short*>(unicode));
-    d->offset = static_cast<std::ptrdiff_t>(reinterpret_cast<uintptr_t>(unicode)
-                                            - reinterpret_cast<uintptr_t>(d));
-    d->size = size;
+    Units::repoint(
+        d, unicode, size < 0 ? unitLength(reinterpret_cast<const unsigned short*>(unicode)) : size);
     return *this;
 }
 
@@ -232,14 +209,9 @@ bool CZeString::reallocData(unsigned int alloc, bool grow)
 {
     const int options = d->detachFlags() | (grow ? SZeArrayData::Grow : SZeArrayData::Default);
     if (d->isShared() || d->isRawData()) {
-        SZeArrayData* x = allocateUnits(alloc, options);
-        if (!x || x->alloc == 0)
+        SZeArrayData* x = Units::copy(d, alloc, options);
+        if (!x)
             return false;
-        const int keep = int(alloc) - 1 < d->size ? int(alloc) - 1 : d->size;
-        if (keep > 0)
-            std::memcpy(unitsOf(x), d->data(), size_t(keep) * kUnitSize);
-        x->size = keep;
-        unitsOf(x)[keep] = 0;
         release(d);
         d = x;
         return true;

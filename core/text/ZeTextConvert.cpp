@@ -436,6 +436,14 @@ void latin1NarrowSimd(const unsigned short* in, int length, unsigned char* out)
 }
 #endif
 
+// The variant of a conversion that the path asks for; every path gives the
+// same result.
+template <typename F>
+F byPath(Path path, F unit, F word, F simd)
+{
+    return path == PathUnit ? unit : path == PathWord ? word : simd;
+}
+
 } // namespace
 
 bool simdAvailable()
@@ -460,14 +468,8 @@ int utf8ToUtf16(const unsigned char* in, int length, unsigned short* out, Utf8De
         how.consumed = 0;
         return 0;
     }
-    switch (path) {
-    case PathUnit:
-        return decodeUtf8<asciiRunNone>(in, length, out, how);
-    case PathWord:
-        return decodeUtf8<asciiRunWord>(in, length, out, how);
-    default:
-        return decodeUtf8<asciiRunSimd>(in, length, out, how);
-    }
+    return byPath(path, decodeUtf8<asciiRunNone>, decodeUtf8<asciiRunWord>,
+                  decodeUtf8<asciiRunSimd>)(in, length, out, how);
 }
 
 int utf8ToUtf16(const unsigned char* in, int length, unsigned short* out, bool* replaced, Path path)
@@ -483,48 +485,22 @@ int utf16ToUtf8(const unsigned short* in, int length, unsigned char* out, Path p
 {
     if (length <= 0)
         return 0;
-    switch (path) {
-    case PathUnit:
-        return encodeUtf8<asciiRunNone16>(in, length, out);
-    case PathWord:
-        return encodeUtf8<asciiRunWord16>(in, length, out);
-    default:
-        return encodeUtf8<asciiRunSimd16>(in, length, out);
-    }
+    return byPath(path, encodeUtf8<asciiRunNone16>, encodeUtf8<asciiRunWord16>,
+                  encodeUtf8<asciiRunSimd16>)(in, length, out);
 }
 
 void latin1ToUtf16(const unsigned char* in, int length, unsigned short* out, Path path)
 {
     if (length <= 0)
         return;
-    switch (path) {
-    case PathUnit:
-        latin1WidenUnit(in, length, out);
-        break;
-    case PathWord:
-        latin1WidenWord(in, length, out);
-        break;
-    default:
-        latin1WidenSimd(in, length, out);
-        break;
-    }
+    byPath(path, latin1WidenUnit, latin1WidenWord, latin1WidenSimd)(in, length, out);
 }
 
 void utf16ToLatin1(const unsigned short* in, int length, unsigned char* out, Path path)
 {
     if (length <= 0)
         return;
-    switch (path) {
-    case PathUnit:
-        latin1NarrowUnit(in, length, out);
-        break;
-    case PathWord:
-        latin1NarrowWord(in, length, out);
-        break;
-    default:
-        latin1NarrowSimd(in, length, out);
-        break;
-    }
+    byPath(path, latin1NarrowUnit, latin1NarrowWord, latin1NarrowSimd)(in, length, out);
 }
 
 } // namespace ZeText
