@@ -20,86 +20,26 @@
 
 #include "CZeByteArray.h"
 #include "CZeString.h"
+#include "Utf8Model.h"
 #include "core/text/ZeTextConvert.h"
 
 namespace {
 
-using Units = std::vector<unsigned short>;
+using namespace utf8model;
 
-void check(bool condition)
-{
-    if (!condition)
-        __builtin_trap();
-}
-
-// The decoding rules one byte at a time. `replaced` tells whether any U+FFFD
-// was produced for invalid input.
-Units plainDecode(const uint8_t* s, size_t n, bool* replaced)
-{
-    Units out;
-    *replaced = false;
-    size_t i = 0;
-    if (n >= 3 && s[0] == 0xef && s[1] == 0xbb && s[2] == 0xbf)
-        i = 3;
-    while (i < n) {
-        const uint8_t b = s[i];
-        if (b < 0x80) {
-            out.push_back(b);
-            ++i;
-            continue;
-        }
-        size_t more = 0;
-        uint32_t cp = 0, least = 0;
-        if (b >= 0xc2 && b <= 0xdf)
-            more = 1, cp = b & 0x1fu, least = 0x80;
-        else if (b >= 0xe0 && b <= 0xef)
-            more = 2, cp = b & 0x0fu, least = 0x800;
-        else if (b >= 0xf0 && b <= 0xf4)
-            more = 3, cp = b & 0x07u, least = 0x10000;
-        bool ok = more > 0 && i + more < n;
-        for (size_t k = 1; ok && k <= more; ++k) {
-            ok = (s[i + k] & 0xc0) == 0x80;
-            cp = cp << 6 | (s[i + k] & 0x3fu);
-        }
-        ok = ok && cp >= least && cp < 0x110000 && (cp < 0xd800 || cp > 0xdfff);
-        if (!ok) {
-            out.push_back(0xfffd);
-            *replaced = true;
-            ++i;
-            continue;
-        }
-        if (cp > 0xffff) {
-            out.push_back(static_cast<unsigned short>(0xd800 + ((cp - 0x10000) >> 10)));
-            out.push_back(static_cast<unsigned short>(0xdc00 + (cp & 0x3ff)));
-        } else {
-            out.push_back(static_cast<unsigned short>(cp));
-        }
-        i += more + 1;
-    }
-    return out;
-}
-
+// fromUtf8's rules: the plain decoding, U+FFFD for each rejected byte, a
+// leading byte-order mark skipped. `replaced` tells whether any byte was
+// rejected.
 bool isHigh(unsigned short u) { return u >= 0xd800 && u <= 0xdbff; }
 bool isLow(unsigned short u) { return u >= 0xdc00 && u <= 0xdfff; }
 
-bool noLoneSurrogate(const unsigned short* u, size_t n)
+Units plainDecode(const uint8_t* s, size_t n, bool* replaced)
 {
-    for (size_t i = 0; i < n; ++i) {
-        if (isHigh(u[i])) {
-            if (i + 1 == n || !isLow(u[i + 1]))
-                return false;
-            ++i;
-        } else if (isLow(u[i])) {
-            return false;
-        }
-    }
-    return true;
-}
-
-Units unitsOf(const CZeString& s)
-{
-    const unsigned short* u = reinterpret_cast<const unsigned short*>(s.unicode());
-    return Units(u, u + s.size());
+    const size_t skip = n >= 3 && s[0] == 0xef && s[1] == 0xbb && s[2] == 0xbf ? 3 : 0;
+    int invalid = 0;
+    Units out = decode(s + skip, n - skip, 0xfffd, &invalid);
+    *replaced = invalid != 0;
+    return out;
 }
 
 bool sameBytes(const CZeByteArray& a, const uint8_t* b, size_t n)

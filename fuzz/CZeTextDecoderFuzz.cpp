@@ -20,78 +20,15 @@
 #include "CZeByteArray.h"
 #include "CZeString.h"
 #include "CZeTextCodec.h"
+#include "Utf8Model.h"
 
 namespace {
 
-using Units = std::vector<unsigned short>;
-
-void check(bool condition)
-{
-    if (!condition)
-        __builtin_trap();
-}
-
-Units unitsOf(const CZeString& s)
-{
-    const unsigned short* u = reinterpret_cast<const unsigned short*>(s.unicode());
-    return Units(u, u + s.size());
-}
-
-// The UTF-8 rules one byte at a time, without the byte-order mark handling.
-// Returns the units and counts the rejected bytes in *invalid.
-Units plainDecode(const uint8_t* s, size_t n, unsigned short replacement, int* invalid)
-{
-    Units out;
-    *invalid = 0;
-    size_t i = 0;
-    while (i < n) {
-        const uint8_t b = s[i];
-        if (b < 0x80) {
-            out.push_back(b);
-            ++i;
-            continue;
-        }
-        size_t more = 0;
-        uint32_t cp = 0, least = 0;
-        if (b >= 0xc2 && b <= 0xdf)
-            more = 1, cp = b & 0x1fu, least = 0x80;
-        else if (b >= 0xe0 && b <= 0xef)
-            more = 2, cp = b & 0x0fu, least = 0x800;
-        else if (b >= 0xf0 && b <= 0xf4)
-            more = 3, cp = b & 0x07u, least = 0x10000;
-        bool ok = more > 0 && i + more < n;
-        for (size_t k = 1; ok && k <= more; ++k) {
-            ok = (s[i + k] & 0xc0) == 0x80;
-            cp = cp << 6 | (s[i + k] & 0x3fu);
-        }
-        ok = ok && cp >= least && cp < 0x110000 && (cp < 0xd800 || cp > 0xdfff);
-        if (!ok) {
-            out.push_back(replacement);
-            ++*invalid;
-            ++i;
-            continue;
-        }
-        if (cp > 0xffff) {
-            out.push_back(static_cast<unsigned short>(0xd800 + ((cp - 0x10000) >> 10)));
-            out.push_back(static_cast<unsigned short>(0xdc00 + (cp & 0x3ff)));
-        } else {
-            out.push_back(static_cast<unsigned short>(cp));
-        }
-        i += more + 1;
-    }
-    return out;
-}
+using namespace utf8model;
 
 bool noLoneSurrogate(const Units& u)
 {
-    for (size_t i = 0; i < u.size(); ++i) {
-        const bool high = u[i] >= 0xd800 && u[i] <= 0xdbff;
-        const bool low = u[i] >= 0xdc00 && u[i] <= 0xdfff;
-        if (low || (high && (i + 1 == u.size() || u[i + 1] < 0xdc00 || u[i + 1] > 0xdfff)))
-            return false;
-        i += high;
-    }
-    return true;
+    return utf8model::noLoneSurrogate(u.data(), u.size());
 }
 
 } // namespace
@@ -143,7 +80,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     }
     const size_t decoded = length - size_t(pieces->remainingChars());
     int invalid = 0;
-    Units expected = plainDecode(stream, decoded, invalidToNull ? 0x0000 : 0xfffd, &invalid);
+    Units expected = decode(stream, decoded, invalidToNull ? 0x0000 : 0xfffd, &invalid);
     if (!ignoreHeader && !expected.empty() && expected[0] == 0xfeff)
         expected.erase(expected.begin());
     check(joined == expected);

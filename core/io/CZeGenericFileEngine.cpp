@@ -233,13 +233,9 @@ int64_t CZeGenericFileEngine::read(char* data, int64_t maxSize)
         count += static_cast<int64_t>(got);
         if (count == maxSize || !std::ferror(m_stream))
             break;
-        // A signal cut the read short: go on where it stopped.
-        if (errno != EINTR) {
-            setErrorFromErrno(CZeFileDevice::UnspecifiedError);
-            std::clearerr(m_stream);
-            return count > 0 ? count : -1;
-        }
-        std::clearerr(m_stream);
+        int64_t result;
+        if (!resumeAfterError(count, result))
+            return result;
     }
     return count;
 }
@@ -252,16 +248,12 @@ int64_t CZeGenericFileEngine::readLine(char* data, int64_t maxSize)
     while (count < maxSize) {
         const int c = std::getc(m_stream);
         if (c == EOF) {
-            if (std::ferror(m_stream)) {
-                if (errno == EINTR) {
-                    std::clearerr(m_stream);
-                    continue;
-                }
-                setErrorFromErrno(CZeFileDevice::UnspecifiedError);
-                std::clearerr(m_stream);
-                return count > 0 ? count : -1;
-            }
-            break;
+            int64_t result;
+            if (!std::ferror(m_stream))
+                break;
+            if (resumeAfterError(count, result))
+                continue;
+            return result;
         }
         data[count++] = static_cast<char>(c);
         if (c == '\n')
@@ -280,14 +272,23 @@ int64_t CZeGenericFileEngine::write(const char* data, int64_t size)
         count += static_cast<int64_t>(put);
         if (count == size)
             break;
-        if (errno != EINTR) {
-            setErrorFromErrno(CZeFileDevice::UnspecifiedError);
-            std::clearerr(m_stream);
-            return count > 0 ? count : -1;
-        }
-        std::clearerr(m_stream);
+        int64_t result;
+        if (!resumeAfterError(count, result))
+            return result;
     }
     return count;
+}
+
+bool CZeGenericFileEngine::resumeAfterError(int64_t count, int64_t& result)
+{
+    // A signal cut the transfer short: it goes on where it stopped.
+    const bool interrupted = errno == EINTR;
+    if (!interrupted) {
+        setErrorFromErrno(CZeFileDevice::UnspecifiedError);
+        result = count > 0 ? count : -1;
+    }
+    std::clearerr(m_stream);
+    return interrupted;
 }
 
 bool CZeGenericFileEngine::isSequential() const

@@ -75,6 +75,10 @@ public:
     const CZeString& errorString() const { return m_errorString; }
     void setError(CZeFileDevice::FileError error, const CZeString& text);
     // Sets the code with the text of an errno value (-1: the current errno).
+    // After a stream error during a transfer of `count` bytes so far: true
+    // when a signal interrupted it (go on); otherwise the error is stored and
+    // `result` is what the transfer returns.
+    bool resumeAfterError(int64_t count, int64_t& result);
     void setErrorFromErrno(CZeFileDevice::FileError error, int errorNumber = -1);
 
 private:

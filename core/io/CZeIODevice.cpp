@@ -21,6 +21,32 @@ void warnNotReadable(const CZeIODevice* device)
     kLog.warning(device->isOpen() ? "WriteOnly device" : "device not open");
 }
 
+// The argument checks of the reading entries, each with its warning.
+bool sizeAccepted(int64_t maxSize)
+{
+    if (maxSize >= 0)
+        return true;
+    kLog.warning("Called with maxSize < 0");
+    return false;
+}
+
+bool readable(const CZeIODevice* device)
+{
+    if (device->isReadable())
+        return true;
+    warnNotReadable(device);
+    return false;
+}
+
+// Sizes an array can hold; larger requests are cut, with a warning.
+int64_t arraySized(int64_t maxSize)
+{
+    if (maxSize <= kMaxArraySize)
+        return maxSize;
+    kLog.warning("maxSize argument exceeds CZeByteArray size limit");
+    return kMaxArraySize;
+}
+
 // Removes the carriage returns from data[0, count) and closes up the bytes
 // behind them. Returns the new count.
 int64_t dropCarriageReturns(char* data, int64_t count)
@@ -315,27 +341,16 @@ int64_t CZeIODevice::read(char* data, int64_t maxSize)
                 return 1;
         }
     }
-    if (maxSize < 0) {
-        kLog.warning("Called with maxSize < 0");
+    if (!sizeAccepted(maxSize) || !readable(this))
         return -1;
-    }
-    if (!isReadable()) {
-        warnNotReadable(this);
-        return -1;
-    }
     return d->coreRead(data, maxSize, false);
 }
 
 CZeByteArray CZeIODevice::read(int64_t maxSize)
 {
-    if (maxSize < 0) {
-        kLog.warning("Called with maxSize < 0");
+    if (!sizeAccepted(maxSize))
         return CZeByteArray();
-    }
-    if (maxSize > kMaxArraySize) {
-        kLog.warning("maxSize argument exceeds CZeByteArray size limit");
-        maxSize = kMaxArraySize;
-    }
+    maxSize = arraySized(maxSize);
     CZeByteArray result;
     if (!resizeTo(result, maxSize))
         return CZeByteArray();
@@ -361,10 +376,8 @@ CZeByteArray CZeIODevice::readAll()
     // Unknown length: grow in steps until the device has nothing more.
     int64_t readSoFar = 0;
     for (;;) {
-        if (!isReadable()) {
-            warnNotReadable(this);
+        if (!readable(this))
             break;
-        }
         if (!resizeTo(result, readSoFar + kChunk))
             break;
         const int64_t got =
@@ -382,14 +395,8 @@ int64_t CZeIODevice::peek(char* data, int64_t maxSize)
 {
     if (!d_ptr)
         return -1;
-    if (maxSize < 0) {
-        kLog.warning("Called with maxSize < 0");
+    if (!sizeAccepted(maxSize) || !readable(this))
         return -1;
-    }
-    if (!isReadable()) {
-        warnNotReadable(this);
-        return -1;
-    }
     return d_ptr->coreRead(data, maxSize, true);
 }
 
@@ -397,18 +404,9 @@ CZeByteArray CZeIODevice::peek(int64_t maxSize)
 {
     if (!d_ptr)
         return CZeByteArray();
-    if (maxSize < 0) {
-        kLog.warning("Called with maxSize < 0");
+    if (!sizeAccepted(maxSize) || !readable(this))
         return CZeByteArray();
-    }
-    if (!isReadable()) {
-        warnNotReadable(this);
-        return CZeByteArray();
-    }
-    if (maxSize > kMaxArraySize) {
-        kLog.warning("maxSize argument exceeds CZeByteArray size limit");
-        maxSize = kMaxArraySize;
-    }
+    maxSize = arraySized(maxSize);
     CZeByteArray result;
     if (!resizeTo(result, maxSize))
         return CZeByteArray();
@@ -450,14 +448,9 @@ CZeByteArray CZeIODevice::readLine(int64_t maxSize)
 {
     if (!d_ptr)
         return CZeByteArray();
-    if (maxSize < 0) {
-        kLog.warning("Called with maxSize < 0");
+    if (!sizeAccepted(maxSize))
         return CZeByteArray();
-    }
-    if (maxSize > kMaxArraySize) {
-        kLog.warning("maxSize argument exceeds CZeByteArray size limit");
-        maxSize = kMaxArraySize;
-    }
+    maxSize = arraySized(maxSize);
     CZeByteArray result;
     if (maxSize > 0) {
         // The array's hidden terminator byte takes readLine's zero.
@@ -500,11 +493,7 @@ int64_t CZeIODevice::write(const char* data, int64_t size)
         kLog.warning(isOpen() ? "ReadOnly device" : "device not open");
         return -1;
     }
-    if (size < 0) {
-        kLog.warning("Called with maxSize < 0");
-        return -1;
-    }
-    if (!synchronise(d))
+    if (!sizeAccepted(size) || !synchronise(d))
         return -1;
     const int64_t written = writeData(data, size);
     if (written > 0 && !d->isSequential()) {

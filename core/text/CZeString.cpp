@@ -28,11 +28,6 @@ inline unsigned short* unitsOf(SZeArrayData* d)
     return Units::elements(d);
 }
 
-inline SZeArrayData* allocateUnits(unsigned int capacity, int options)
-{
-    return Units::allocate(capacity, options);
-}
-
 int unitLength(const unsigned short* s)
 {
     int n = 0;

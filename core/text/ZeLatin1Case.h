@@ -5,7 +5,8 @@
 #ifndef CORE_TEXT_ZELATIN1CASE_H
 #define CORE_TEXT_ZELATIN1CASE_H
 
-extern const unsigned char zeLatin1Lowercased[256];
-extern const unsigned char zeLatin1Uppercased[256];
+// 256 entries each.
+extern const unsigned char* const zeLatin1Lowercased;
+extern const unsigned char* const zeLatin1Uppercased;
 
 #endif
