@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <dirent.h>
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -25,51 +26,97 @@ bool isDirectory(const char* native)
     return ::stat(native, &st) == 0 && S_ISDIR(st.st_mode);
 }
 
-// Creates one directory; an existing directory (made by someone else in the
-// meantime, too) counts as success.
-bool makeOne(const CZeByteArray& native)
+// Every walk below works on the descriptor of the folder it stands in, so
+// that a name swapped for a symbolic link between two steps is never
+// followed: each entry is looked at and acted on relative to its parent.
+
+int openFolderAt(int parent, const char* name, bool followLink)
 {
-    if (::mkdir(native.constData(), 0777) == 0)
-        return true;
-    return errno == EEXIST && isDirectory(native.constData());
+    int fd;
+    do {
+        fd = ::openat(parent, name,
+                      O_RDONLY | O_DIRECTORY | O_CLOEXEC | (followLink ? 0 : O_NOFOLLOW));
+    } while (fd < 0 && errno == EINTR);
+    return fd;
 }
 
-// Removes one entry that is not a directory to descend into. A file that
-// resists and has no owner-write bit gets it and one more try.
-bool removeEntry(const CZeByteArray& path, const struct stat& st)
-{
-    if (::unlink(path.constData()) == 0)
-        return true;
-    if (S_ISLNK(st.st_mode) || (st.st_mode & S_IWUSR))
-        return false;
-    if (::chmod(path.constData(), (st.st_mode & 07777) | S_IWUSR) != 0)
-        return false;
-    return ::unlink(path.constData()) == 0;
-}
+bool removeAt(int parent, const char* name);
 
-// The tree below `path` (a directory, not a link) and then `path` itself.
-bool removeTree(const CZeByteArray& path)
+// Everything inside the folder open as `folder` (which is closed here).
+bool removeContents(int folder)
 {
-    DIR* dir = ::opendir(path.constData());
-    if (!dir)
+    DIR* dir = ::fdopendir(folder);
+    if (!dir) {
+        ::close(folder);
         return false;
+    }
     bool ok = true;
     while (const dirent* e = ::readdir(dir)) {
-        if (std::strcmp(e->d_name, ".") == 0 || std::strcmp(e->d_name, "..") == 0)
-            continue;
-        CZeByteArray child = path;
-        child.append('/');
-        child.append(e->d_name);
-        struct stat st;
-        if (::lstat(child.constData(), &st) != 0) {
-            ok = ok && errno == ENOENT; // gone already is as good as removed
-            continue;
-        }
-        const bool removed = S_ISDIR(st.st_mode) ? removeTree(child) : removeEntry(child, st);
-        ok = ok && removed;
+        if (std::strcmp(e->d_name, ".") != 0 && std::strcmp(e->d_name, "..") != 0)
+            ok = removeAt(::dirfd(dir), e->d_name) && ok;
     }
     ::closedir(dir);
-    return ok && ::rmdir(path.constData()) == 0;
+    return ok;
+}
+
+// A file that resists removal and has no owner-write bit gets that bit and
+// one more try; a link is never given it (nor its target).
+bool removeStubborn(int parent, const char* name)
+{
+    const int fd = ::openat(parent, name, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
+    if (fd < 0)
+        return false;
+    struct stat st;
+    const bool retry = ::fstat(fd, &st) == 0 && !S_ISDIR(st.st_mode) && !(st.st_mode & S_IWUSR) &&
+                       ::fchmod(fd, (st.st_mode & 07777) | S_IWUSR) == 0;
+    ::close(fd);
+    return retry && ::unlinkat(parent, name, 0) == 0;
+}
+
+// Removes the entry `name` of the folder `parent`: a folder with everything
+// in it, anything else (a link included) as the entry itself.
+bool removeAt(int parent, const char* name)
+{
+    const int folder = openFolderAt(parent, name, false);
+    if (folder >= 0) {
+        const bool emptied = removeContents(folder);
+        return ::unlinkat(parent, name, AT_REMOVEDIR) == 0 && emptied;
+    }
+    if (errno == ENOENT)
+        return true; // gone already is as good as removed
+    if (errno != ENOTDIR && errno != ELOOP)
+        return false;
+    if (::unlinkat(parent, name, 0) == 0 || errno == ENOENT)
+        return true;
+    return removeStubborn(parent, name);
+}
+
+// Creates each missing folder of the absolute `native` path, one step at a
+// time from the held parent. Links among the folders are followed, as a
+// path to create through them (such as a linked storage folder) asks.
+bool makePath(const CZeByteArray& native)
+{
+    int folder = ::open("/", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    bool ok = folder >= 0;
+    int start = 1;
+    while (ok && start < native.size()) {
+        int end = native.indexOf('/', start);
+        if (end < 0)
+            end = native.size();
+        const CZeByteArray name = native.mid(start, end - start);
+        start = end + 1;
+        if (name.isEmpty())
+            continue;
+        if (::mkdirat(folder, name.constData(), 0777) != 0 && errno != EEXIST)
+            ok = false;
+        const int next = ok ? openFolderAt(folder, name.constData(), true) : -1;
+        ::close(folder);
+        folder = next;
+        ok = folder >= 0;
+    }
+    if (folder >= 0)
+        ::close(folder);
+    return ok;
 }
 
 } // namespace
@@ -85,17 +132,7 @@ bool CZeDir::mkpath(const CZeString& path)
         return false;
     }
     const CZeByteArray native = cleanPath(path).toLocal8Bit();
-    if (isDirectory(native.constData()))
-        return true;
-    // Every prefix that ends before a separator, then the whole path.
-    for (int i = 1; i < native.size(); ++i) {
-        if (native.at(i) != '/')
-            continue;
-        const CZeByteArray parent = native.left(i);
-        if (!isDirectory(parent.constData()) && !makeOne(parent))
-            return false;
-    }
-    return makeOne(native);
+    return isDirectory(native.constData()) || makePath(native);
 }
 
 bool CZeDir::rmdir(const CZeString& path)
@@ -120,7 +157,24 @@ bool CZeDir::removeRecursively(const CZeString& path)
     const CZeFileInfo info(path);
     if (!info.exists() || !info.isDir() || info.isSymLink())
         return true;
-    return removeTree(cleanPath(path).toLocal8Bit());
+    const CZeByteArray native = cleanPath(path).toLocal8Bit();
+    const int slash = native.lastIndexOf('/');
+    if (slash == 0 && native.size() == 1)
+        return false; // the root is not taken apart
+    const int parent = ::open(slash == 0 ? "/" : native.left(slash).constData(),
+                              O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (parent < 0)
+        return false;
+    // Swapped for a link (or a file) since the check: nothing is removed.
+    const CZeByteArray name = native.mid(slash + 1);
+    const int folder = openFolderAt(parent, name.constData(), false);
+    bool removed = folder < 0 && (errno == ENOTDIR || errno == ELOOP || errno == ENOENT);
+    if (folder >= 0) {
+        const bool emptied = removeContents(folder);
+        removed = ::unlinkat(parent, name.constData(), AT_REMOVEDIR) == 0 && emptied;
+    }
+    ::close(parent);
+    return removed;
 }
 
 CZeString CZeDir::tempPath()

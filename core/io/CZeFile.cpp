@@ -295,11 +295,13 @@ bool CZeFile::renameByCopy(const CZeString& newName)
         return false;
     }
     // The source is gone: from here on the copy is kept whatever happens.
+    // Its permissions are set while it still has its own unguessable name,
+    // so that no entry swapped in under the target's name is changed.
+    ::chmod(temporary.constData(), static_cast<mode_t>(sourcePermissions));
     if (::rename(temporary.constData(), target.constData()) != 0) {
         setError(RenameError, ZeSystemErrorString(errno));
         return false;
     }
-    ::chmod(target.constData(), static_cast<mode_t>(sourcePermissions));
     d->engine->setFileName(newName);
     d->fileName = newName;
     unsetError();

@@ -37,17 +37,16 @@ CZeString resolveLinks(const CZeString& name)
 {
     CZeByteArray current = name.toLocal8Bit();
     for (int step = 0;; ++step) {
-        struct stat st;
-        if (::lstat(current.constData(), &st) != 0 || !S_ISLNK(st.st_mode)) {
+        // readlink is the test itself: no separate look at the entry that a
+        // swap could make stale. Not a link, or nothing there: the chain ends.
+        char target[PATH_MAX];
+        const ssize_t n = ::readlink(current.constData(), target, sizeof target);
+        if (n < 0) {
             if (step == 0)
                 return name;
             break;
         }
-        if (step == kMaxLinkSteps)
-            return name;
-        char target[PATH_MAX];
-        const ssize_t n = ::readlink(current.constData(), target, sizeof target);
-        if (n <= 0 || n >= static_cast<ssize_t>(sizeof target))
+        if (n <= 0 || n >= static_cast<ssize_t>(sizeof target) || step == kMaxLinkSteps)
             return name;
         const CZeByteArray next(target, static_cast<int>(n));
         current = next.startsWith("/") ? next : folderOf(current) + next;

@@ -10,6 +10,9 @@
 #include <dirent.h>
 #include <fcntl.h>
 #include <string>
+#include <thread>
+#include <atomic>
+#include <chrono>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -227,15 +230,13 @@ TEST(CZeDir, RemoveRecursivelyLeavesWhatIsNoDirectory)
     EXPECT_EQ(readFileText(dir.file("target/in")), "y");
 }
 
-// An entry whose path is longer than the system takes cannot be removed by
-// path, whatever the privileges: a failure that root meets too.
-TEST(CZeDir, RemoveRecursivelyGoesOnAfterAFailure)
+// The walk goes from folder to folder, not by path: a tree deeper than the
+// longest path the system takes is removed whole.
+TEST(CZeDir, RemoveRecursivelyTakesTreesOfAnyDepth)
 {
     TemporaryDirectory dir;
     const std::string tree = dir.file("tree");
     ASSERT_TRUE(CZeDir::mkpath(name(tree + "/before")));
-    ASSERT_TRUE(writeFileText(tree + "/a-file", "a"));
-    ASSERT_TRUE(writeFileText(tree + "/z-file", "z"));
     ASSERT_TRUE(writeFileText(tree + "/before/inner", "b"));
     int fd = ::open(tree.c_str(), O_RDONLY | O_DIRECTORY);
     ASSERT_GE(fd, 0);
@@ -251,19 +252,48 @@ TEST(CZeDir, RemoveRecursivelyGoesOnAfterAFailure)
     ASSERT_GE(leaf, 0);
     ::close(leaf);
     ::close(fd);
+    EXPECT_TRUE(CZeDir::removeRecursively(name(tree)));
+    EXPECT_FALSE(present(tree));
+}
 
-    EXPECT_FALSE(CZeDir::removeRecursively(name(tree)));
-    EXPECT_TRUE(isDir(tree));
-    // Everything that could be removed was removed.
-    EXPECT_FALSE(present(tree + "/a-file"));
-    EXPECT_FALSE(present(tree + "/z-file"));
-    EXPECT_FALSE(present(tree + "/before"));
-    EXPECT_TRUE(isDir(tree + "/" + part));
-
-    const int root = ::open(dir.path().c_str(), O_RDONLY | O_DIRECTORY);
-    ASSERT_GE(root, 0);
-    removeAt(root, "tree");
-    ::close(root);
+// While the tree is being removed, another thread swaps a folder of it for
+// a link to a victim folder whose files have the same names. The walk must
+// neither follow the link nor reach the victim through the swapped name.
+TEST(CZeDir, RemoveRecursivelyNeverFollowsALinkSwappedIn)
+{
+    TemporaryDirectory dir;
+    const std::string victim = dir.file("victim"), tree = dir.file("tree");
+    const std::string sub = tree + "/sub", held = dir.file("held");
+    constexpr int kFiles = 300;
+    ASSERT_TRUE(CZeDir::mkpath(name(victim)));
+    for (int i = 0; i < kFiles; ++i)
+        ASSERT_TRUE(writeFileText(victim + "/f" + std::to_string(i), "k"));
+    for (int round = 0; round < 20; ++round) {
+        ASSERT_TRUE(CZeDir::mkpath(name(sub)));
+        for (int i = 0; i < kFiles; ++i)
+            ASSERT_TRUE(writeFileText(sub + "/f" + std::to_string(i), "x"));
+        std::atomic<bool> started{false};
+        std::thread swapper([&] {
+            while (!started.load()) {
+            }
+            // Somewhere in the middle of the removal, at a different moment
+            // each round.
+            const auto until = std::chrono::steady_clock::now() + std::chrono::microseconds(50 * round);
+            while (std::chrono::steady_clock::now() < until) {
+            }
+            if (::rename(sub.c_str(), held.c_str()) == 0)
+                ::symlink(victim.c_str(), sub.c_str());
+        });
+        started = true;
+        CZeDir::removeRecursively(name(tree));
+        swapper.join();
+        const int root = ::open(dir.path().c_str(), O_RDONLY | O_DIRECTORY);
+        removeAt(root, "tree");
+        removeAt(root, "held");
+        ::close(root);
+        for (int i = 0; i < kFiles; ++i)
+            ASSERT_TRUE(present(victim + "/f" + std::to_string(i))) << "round " << round;
+    }
 }
 
 TEST(CZeDir, TempPathComesFromTmpdirOrIsTmp)
