@@ -36,6 +36,14 @@
 namespace {
 
 constexpr int64_t kFlushIntervalNs = 10LL * 1000 * 1000 * 1000;
+// Lines gathered before they are written in one call.
+constexpr int kPendingBytes = 64 * 1024;
+// The queue's bound: while storage does not keep up (or does not answer),
+// lines beyond it are dropped rather than taking the host's memory.
+constexpr size_t kMaxQueuedBytes = 16u << 20;
+// How long process exit waits for the writer; storage that never answers
+// (a hung network file system, say) must not hold the process.
+constexpr auto kShutdownWait = std::chrono::seconds(3);
 constexpr int64_t kOpenRetryNs = 30LL * 1000 * 1000 * 1000;
 // The folder and file-name tag below the log directory; the host
 // application looks for its logs under these very names.
@@ -116,13 +124,19 @@ public:
     bool openFile();
     void closeFile();
     bool fileStillNamed() const;
+    void writeLine(const CZeByteArray& line);
+    void flushPending();
 
     std::thread thread;
     const CZeString tag;
     // The writer thread's own state.
-    FILE* file = nullptr;
-    // The descriptor of `file` while it is open, for a forked child (below).
-    std::atomic<int> fileDescriptor{-1};
+    int file = -1;
+    // Whole lines not yet written; they reach the file at the flush interval,
+    // when they fill kPendingBytes, or when the file is closed.
+    CZeByteArray pending;
+    // A line cut short by a failed write could not be taken back: the next
+    // write starts on a fresh line.
+    bool freshLineNeeded = false;
     // The path `file` was opened under.
     CZeByteArray filePath;
     struct tm fileDate {};
@@ -133,10 +147,13 @@ public:
     std::deque<CZeByteArray> batch;
     // Shared, under the mutex.
     std::condition_variable wake;
+    std::condition_variable finishedSignal;
     std::mutex mutex;
     bool stop = false;
+    bool finished = false; // the writer has left run()
     CZeString logDir;
     std::deque<CZeByteArray> queue;
+    size_t queuedBytes = 0;
 };
 
 namespace {
@@ -152,28 +169,20 @@ void exitHandler()
 }
 
 // A child made by fork() has the instance but not its thread: it gives up
-// file logging instead of joining a thread it does not have. Its copy of the
-// file's stream may hold lines the parent has yet to flush; the child's exit
-// would write them a second time, so the descriptor under the stream is
-// pointed at /dev/null (only descriptor calls: the stream's lock may have
-// been held by the writer when the process forked).
+// file logging instead of joining a thread it does not have. Lines the
+// parent had not written yet stay in the child's memory and are never
+// written by it.
 CZeLoggerPrivate* g_leftByFork = nullptr; // kept, not freed: its thread is not here
+// A writer that did not finish within kShutdownWait at exit; kept, not
+// freed, because its thread may still use it.
+CZeLoggerPrivate* g_leftBehind = nullptr;
 
 void forkedChild()
 {
     const uintptr_t v = g_instance.exchange(kShutDown);
     g_users.store(0);
-    if (v <= kShutDown)
-        return;
-    g_leftByFork = reinterpret_cast<CZeLoggerPrivate*>(v);
-    const int fd = g_leftByFork->fileDescriptor.load();
-    if (fd < 0)
-        return;
-    const int null = ::open("/dev/null", O_WRONLY | O_CLOEXEC);
-    if (null >= 0) {
-        ::dup3(null, fd, O_CLOEXEC);
-        ::close(null);
-    }
+    if (v > kShutDown)
+        g_leftByFork = reinterpret_cast<CZeLoggerPrivate*>(v);
 }
 
 void create()
@@ -188,6 +197,9 @@ void create()
             } catch (...) {
                 // Out of memory in the writer: it stops, the file is left.
             }
+            std::lock_guard<std::mutex> lock(p->mutex);
+            p->finished = true;
+            p->finishedSignal.notify_all();
         });
     } catch (...) {
         delete p;
@@ -255,8 +267,8 @@ void CZeLoggerPrivate::run()
         }
         lock.unlock();
 
-        if (file && (timedOut || steadyNow() - lastFlush > g_timing.flushIntervalNs.load())) {
-            std::fflush(file);
+        if (file >= 0 && (timedOut || steadyNow() - lastFlush > g_timing.flushIntervalNs.load())) {
+            flushPending();
             if (!sameDay(localNow(), fileDate)) {
                 // The next line goes to the new day's file.
                 closeFile();
@@ -266,20 +278,19 @@ void CZeLoggerPrivate::run()
 
         lock.lock();
         batch.swap(queue);
+        queuedBytes = 0;
         lock.unlock();
 
         if (!batch.empty()) {
             // Lines for a file that was removed (or replaced) under its name
             // would be lost: the batch goes to the file the name leads to now.
-            if (file && !fileStillNamed())
+            if (file >= 0 && !fileStillNamed())
                 closeFile();
-            if (!file && openFile())
+            if (file < 0 && openFile())
                 lastFlush = steadyNow();
-            if (file) {
-                for (const CZeByteArray& line : batch) {
-                    std::fwrite(line.constData(), 1, static_cast<size_t>(line.size()), file);
-                    std::fputc('\n', file);
-                }
+            if (file >= 0) {
+                for (const CZeByteArray& line : batch)
+                    writeLine(line);
                 count(g_counters.linesWritten, batch.size());
             }
             count(g_counters.linesHandled, batch.size());
@@ -288,19 +299,55 @@ void CZeLoggerPrivate::run()
         lock.lock();
         batch.clear();
     }
-    if (file)
+    lock.unlock();
+    if (file >= 0)
         closeFile();
+}
+
+void CZeLoggerPrivate::writeLine(const CZeByteArray& line)
+{
+    pending.append(line);
+    pending.append('\n');
+    if (pending.size() >= kPendingBytes)
+        flushPending();
+}
+
+// Writes the pending lines. A write cut short (a full disk, a file-size
+// limit) would leave a line torn in the middle: what was written of it is
+// taken back, so that every line kept is whole. The lines not written are
+// dropped.
+void CZeLoggerPrivate::flushPending()
+{
+    if (pending.isEmpty())
+        return;
+    if (freshLineNeeded)
+        pending.prepend("\n");
+    struct stat st;
+    const off_t before = ::fstat(file, &st) == 0 ? st.st_size : -1;
+    const size_t total = static_cast<size_t>(pending.size());
+    size_t done = 0;
+    while (done < total) {
+        const ssize_t n = ::write(file, pending.constData() + done, total - done);
+        if (n < 0 && errno == EINTR)
+            continue;
+        if (n <= 0)
+            break;
+        done += static_cast<size_t>(n);
+    }
+    freshLineNeeded = false;
+    size_t whole = done;
+    while (whole > 0 && pending.at(static_cast<int>(whole - 1)) != '\n')
+        --whole;
+    if (whole < done)
+        freshLineNeeded = before < 0 || ::ftruncate(file, before + static_cast<off_t>(whole)) != 0;
+    pending.clear();
 }
 
 void CZeLoggerPrivate::closeFile()
 {
-    // Emptied and forgotten before it is closed: a forked child never sees
-    // a stream that is being closed, nor misses one that holds lines.
-    std::fflush(file);
-    FILE* closing = file;
-    file = nullptr;
-    fileDescriptor.store(-1);
-    std::fclose(closing);
+    flushPending();
+    ::close(file);
+    file = -1;
     count(g_counters.filesClosed);
 }
 
@@ -309,7 +356,7 @@ void CZeLoggerPrivate::closeFile()
 bool CZeLoggerPrivate::fileStillNamed() const
 {
     struct stat held, named;
-    if (::fstat(::fileno(file), &held) != 0)
+    if (::fstat(file, &held) != 0)
         return true; // nothing known better: keep it
     if (held.st_nlink == 0 || ::stat(filePath.constData(), &named) != 0)
         return false;
@@ -339,14 +386,25 @@ bool CZeLoggerPrivate::openFile()
                         .arg(day, 0, CZeChar(' ')));
     }
     const CZeByteArray native = path.toLocal8Bit();
-    FILE* opened = std::fopen(native.constData(), "a");
-    if (opened) {
-        // Programs the host starts must not inherit the log file.
-        const int fd = ::fileno(opened);
-        ::fcntl(fd, F_SETFD, FD_CLOEXEC);
+    // Appending, created if missing, never inherited by programs the host
+    // starts. Only a regular file is taken: opening does not wait (a named
+    // pipe under the name would block it until a reader came), and anything
+    // else is refused like a failed opening.
+    int opened;
+    do {
+        opened = ::open(native.constData(),
+                        O_WRONLY | O_APPEND | O_CREAT | O_NONBLOCK | O_NOCTTY | O_CLOEXEC, 0666);
+    } while (opened < 0 && errno == EINTR);
+    struct stat st;
+    if (opened >= 0 && (::fstat(opened, &st) != 0 || !S_ISREG(st.st_mode))) {
+        ::close(opened);
+        opened = -1;
+    }
+    if (opened >= 0) {
+        ::fcntl(opened, F_SETFL, ::fcntl(opened, F_GETFL) & ~O_NONBLOCK);
         file = opened;
         filePath = native;
-        fileDescriptor.store(fd);
+        freshLineNeeded = false;
         fileDate = local;
         openFailed = false;
         count(g_counters.filesOpened);
@@ -404,12 +462,15 @@ void CZeLogger::WriteMessage(const CZeByteArray& message)
     bool wasEmpty;
     {
         std::lock_guard<std::mutex> lock(p->mutex);
+        if (p->queuedBytes + static_cast<size_t>(line.size()) > kMaxQueuedBytes)
+            return; // the writer is far behind: the line is lost
         wasEmpty = p->queue.empty();
         try {
             p->queue.push_back(std::move(line));
         } catch (...) {
             return; // no memory for the queue: the line is lost
         }
+        p->queuedBytes += static_cast<size_t>(p->queue.back().size());
         count(g_counters.linesQueued);
     }
     if (wasEmpty)
@@ -476,6 +537,18 @@ void ZeLoggerShutdown()
         p->stop = true;
     }
     p->wake.notify_all();
+    bool finished;
+    {
+        std::unique_lock<std::mutex> lock(p->mutex);
+        finished = p->finishedSignal.wait_for(lock, kShutdownWait, [p] { return p->finished; });
+    }
+    if (!finished) {
+        // Stuck in storage that does not answer: the process goes on
+        // without it, and its record stays for as long as it might run.
+        p->thread.detach();
+        g_leftBehind = p;
+        return;
+    }
     if (p->thread.joinable())
         p->thread.join();
     delete p; // with any lines still queued

@@ -7,9 +7,15 @@
 #include <cstdio>
 #include <cstdlib>
 #include <string>
+#include <csignal>
+#include <regex>
+#include <sstream>
+#include <sys/resource.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include "CZeDir.h"
 #include "CZeLogger.h"
 #include "LoggerTestSupport.h"
 #include "support/MessageCapture.h"
@@ -162,6 +168,94 @@ TEST(CZeLoggerLifecycle, AForkedChildLeavesTheFileToItsParent)
     EXPECT_EXIT(childThatForks(dir.path()), ::testing::ExitedWithCode(0), "");
     EXPECT_EQ(readFileText(logFileOf(dir.path(), kDay)),
               "[2032-06-01 12:00:00] before fork\n[2032-06-01 12:00:00] after fork\n");
+}
+
+// Runs `child` in a child process; true when it exits with status 0 within
+// `seconds` (it is killed otherwise).
+template <typename Child>
+bool exitsCleanlyWithin(Child child, int seconds)
+{
+    std::fflush(nullptr);
+    const pid_t pid = ::fork();
+    if (pid == 0) {
+        child();
+        ::_exit(4);
+    }
+    int status = 0;
+    for (int waited = 0; waited < seconds * 100; ++waited) {
+        if (::waitpid(pid, &status, WNOHANG) == pid)
+            return WIFEXITED(status) && WEXITSTATUS(status) == 0;
+        ::usleep(10000);
+    }
+    ::kill(pid, SIGKILL);
+    ::waitpid(pid, &status, 0);
+    return false;
+}
+
+// A named pipe where the day's file belongs is refused like a failed opening
+// (nobody ever reads it), and process exit does not wait for it.
+TEST(CZeLoggerLifecycle, ANamedPipeAsTheLogFileNeitherBlocksNorHoldsTheExit)
+{
+    TemporaryDirectory dir;
+    const std::string pipe = logFileOf(dir.path(), kDay);
+    ASSERT_TRUE(CZeDir::mkpath(CZeString::fromUtf8(pipe.substr(0, pipe.rfind('/')).c_str())));
+    ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
+    EXPECT_TRUE(exitsCleanlyWithin(
+        [&] {
+            FakeClocks::wall = kDay;
+            FakeClocks::install(5 * kMillisecond);
+            MessageCapture capture;
+            CZeLogger::SetLogDirPath(dir.path().c_str());
+            for (int i = 0; i < 1000; ++i)
+                CZeLogger::WriteMessage("into the pipe");
+            check(waitHandled(1000), "lines handled");
+            check(capture.contains("Failed to create log file: " + pipe), "open failure warned");
+            std::exit(0);
+        },
+        60));
+}
+
+// Writes stop in the middle of a line (here at a file-size limit, as on a
+// full disk): every line kept in the file is whole, and lines written once
+// there is room again start on a line of their own.
+TEST(CZeLoggerLifecycle, AFailedWriteLeavesOnlyWholeLines)
+{
+    TemporaryDirectory dir;
+    EXPECT_TRUE(exitsCleanlyWithin(
+        [&] {
+            std::signal(SIGXFSZ, SIG_IGN);
+            struct rlimit limit;
+            ::getrlimit(RLIMIT_FSIZE, &limit);
+            const rlim_t unlimited = limit.rlim_cur;
+            limit.rlim_cur = 4000;
+            check(::setrlimit(RLIMIT_FSIZE, &limit) == 0, "size limit");
+            FakeClocks::wall = kDay;
+            FakeClocks::install(5 * kMillisecond);
+            CZeLogger::SetLogDirPath(dir.path().c_str());
+            for (int i = 0; i < 400; ++i)
+                CZeLogger::WriteMessage(("line " + std::to_string(i) + " of the first part").c_str());
+            check(waitHandled(400), "first part handled");
+            ::usleep(50000); // past the flush interval: the part meets the limit
+            limit.rlim_cur = unlimited;
+            check(::setrlimit(RLIMIT_FSIZE, &limit) == 0, "limit lifted");
+            for (int i = 0; i < 20; ++i)
+                CZeLogger::WriteMessage(("after " + std::to_string(i)).c_str());
+            check(waitHandled(420), "second part handled");
+            std::exit(0);
+        },
+        60));
+    const std::string text = readFileText(logFileOf(dir.path(), kDay));
+    ASSERT_FALSE(text.empty());
+    EXPECT_EQ(text.back(), '\n');
+    const std::regex whole(R"(\[2032-06-01 12:00:00\] (line \d+ of the first part|after \d+))");
+    std::istringstream lines(text);
+    int kept = 0, after = 0;
+    for (std::string line; std::getline(lines, line); ++kept) {
+        EXPECT_TRUE(std::regex_match(line, whole)) << "line " << kept << ": " << line;
+        after += line.find("] after ") != std::string::npos;
+    }
+    EXPECT_EQ(after, 20);
+    EXPECT_LT(kept, 420); // the limit did cut the first part
 }
 
 } // namespace
