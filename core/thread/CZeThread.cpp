@@ -132,6 +132,20 @@ void CZeThreadPrivate::finish(CZeThread* thread, bool releaseRunningReference)
         data->deref();
 }
 
+void CZeThreadPrivate::joinFinished(std::unique_lock<std::mutex>& lock)
+{
+    if (!joinable)
+        return;
+    joinable = false;
+    const pthread_t thread = handle;
+    lock.unlock();
+    if (pthread_equal(thread, pthread_self()))
+        pthread_detach(thread);
+    else
+        pthread_join(thread, nullptr);
+    lock.lock();
+}
+
 // ---- CZeAdoptedThread ------------------------------------------------------
 
 namespace {
@@ -175,11 +189,19 @@ CZeThread::~CZeThread()
         wait(-1);
         lock.lock();
     }
-    if (d->running && !d->finished && !d->data->isAdopted)
+    if (d->running && !d->finished && !d->data->isAdopted) {
         ZE_LOGGER.error("CZeThread: Destroyed while thread is still running");
+        if (d->joinable) {
+            // It goes on without its object; nobody will wait for it.
+            pthread_detach(d->handle);
+            d->joinable = false;
+        }
+    }
     // Threads woken from wait() by the end of the thread still read it.
-    if (!d->running)
+    if (!d->running) {
         d->threadDone.wait(lock, [d] { return d->waiters == 0; });
+        d->joinFinished(lock);
+    }
     d->data->thread.store(nullptr);
 }
 
@@ -191,6 +213,9 @@ void CZeThread::start(int priority)
         d->threadDone.wait(lock);
     if (d->running)
         return;
+    d->joinFinished(lock); // the previous run's thread, if not joined yet
+    if (d->running)
+        return;
 
     d->returnCode = 0;
     d->running = 1;
@@ -199,8 +224,8 @@ void CZeThread::start(int priority)
 
     pthread_attr_t attr;
     pthread_attr_init(&attr);
-    // Never joined: wait() uses threadDone.
-    pthread_attr_setdetachstate(&attr, PTHREAD_CREATE_DETACHED);
+    // Joinable: wait() learns of the end through threadDone and then joins
+    // the system thread, so that none of it runs on once wait() returns.
     d->priority = priority;
 
     if (d->stackSize) {
@@ -224,7 +249,10 @@ void CZeThread::start(int priority)
         ZE_LOGGER.warning("CZeThread::start: Thread creation error: %s", ErrorText(code).text);
         d->running = 0;
         d->data->threadId = pthread_t{};
+        return;
     }
+    d->handle = id;
+    d->joinable = true;
 }
 
 bool CZeThread::wait(long time)
@@ -235,8 +263,11 @@ bool CZeThread::wait(long time)
         ZE_LOGGER.warning("CZeThread::wait: Thread tried to wait on itself");
         return false;
     }
-    if (d->finished || !d->running)
+    if (d->finished || !d->running) {
+        if (!d->isInFinish)
+            d->joinFinished(lock);
         return true;
+    }
     if (time != -1 && time < 1)
         return false;
 
@@ -254,6 +285,8 @@ bool CZeThread::wait(long time)
             }
         }
     }
+    if (result)
+        d->joinFinished(lock);
     if (--d->waiters == 0 && !d->running)
         d->threadDone.notify_all(); // a destructor may be waiting for the last waiter
     return result;

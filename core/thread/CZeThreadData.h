@@ -121,6 +121,17 @@ public:
     std::condition_variable threadDone;
     // Threads inside wait(); the object is not destroyed under them.
     uint32_t waiters = 0;
+    // The system thread of the last start, until someone joins it. A thread
+    // that has finished its run still executes library code on its way out
+    // (clean-up, per-thread destructors); joining it is the only way to know
+    // that it no longer does, which a host that unloads the library needs.
+    pthread_t handle{};
+    bool joinable = false;
+
+    // Joins the last started thread once it has finished, unless someone
+    // else already has; from that thread itself it is detached instead.
+    // Called with `lock` held on `mutex`; may release and retake it.
+    void joinFinished(std::unique_lock<std::mutex>& lock);
 };
 
 // The thread object of a thread that CZeThread did not start. It is running

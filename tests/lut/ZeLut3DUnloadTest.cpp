@@ -1,0 +1,47 @@
+// A host that loads the library, uses an effect with workers and unloads the
+// library again, over and over. Once ZecLut3DDestroyEffect has returned, no
+// worker of that effect may run any code of the library: the threads must be
+// gone, or the next unload pulls the code from under them. This program does
+// not link the library; it loads the shared object by path.
+#include <gtest/gtest.h>
+
+#include <dirent.h>
+#include <dlfcn.h>
+
+#include <cstdint>
+
+namespace {
+
+int processThreads()
+{
+    DIR* dir = opendir("/proc/self/task");
+    if (!dir)
+        return -1;
+    int count = 0;
+    while (dirent* entry = readdir(dir))
+        count += entry->d_name[0] != '.';
+    closedir(dir);
+    return count;
+}
+
+using Create = void* (*)(uint32_t);
+using Destroy = void (*)(void*);
+
+TEST(ZeLut3DUnload, WorkersAreGoneWhenDestroyReturns)
+{
+    const int baseline = processThreads();
+    for (int cycle = 0; cycle < 500; ++cycle) {
+        void* library = dlopen(ZE_LIBRARY_PATH, RTLD_NOW | RTLD_LOCAL);
+        ASSERT_NE(library, nullptr) << dlerror();
+        const auto create = reinterpret_cast<Create>(dlsym(library, "ZecLut3DCreateEffect"));
+        const auto destroy = reinterpret_cast<Destroy>(dlsym(library, "ZecLut3DDestroyEffect"));
+        ASSERT_TRUE(create && destroy);
+        void* effect = create(16);
+        ASSERT_NE(effect, nullptr);
+        destroy(effect);
+        ASSERT_EQ(processThreads(), baseline) << "cycle " << cycle;
+        ASSERT_EQ(dlclose(library), 0);
+    }
+}
+
+} // namespace
