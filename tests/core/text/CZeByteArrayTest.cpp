@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "CZeByteArray.h"
+#include "support/CopyOnWriteModel.h"
 
 namespace {
 
@@ -358,110 +359,19 @@ TEST(CZeByteArray, EverydayOperations)
 
 // Random edits on several copies of one array, each mirrored on a
 // std::string: a write that leaks into another copy shows up as a mismatch.
+struct Bytes {
+    using Element = char;
+    using Container = CZeByteArray;
+    using Model = std::string;
+    static char wideUnit(int) { return 'w'; }
+    static CZeByteArray make(const std::string& t) { return CZeByteArray(t.data(), int(t.size())); }
+    static CZeByteArray raw(const char* data, int n) { return CZeByteArray::fromRawData(data, n); }
+    static std::string model(const CZeByteArray& a) { return str(a); }
+};
+
 TEST(CZeByteArray, RandomEditsKeepCopiesIndependent)
 {
-    const unsigned seed = std::random_device{}();
-    SCOPED_TRACE("seed " + std::to_string(seed));
-    std::mt19937 rng(seed);
-    std::vector<CZeByteArray> arrays(6);
-    std::vector<std::string> models(6);
-    auto pick = [&](int n) { return int(rng() % unsigned(n)); };
-    char external[64];
-    std::memset(external, 'e', sizeof external);
-
-    for (int step = 0; step < 4000; ++step) {
-        const int i = pick(6);
-        CZeByteArray& a = arrays[size_t(i)];
-        std::string& m = models[size_t(i)];
-        const std::string text(size_t(pick(12)), char('a' + pick(26)));
-        const int pos = pick(int(m.size()) + 4);
-        switch (pick(11)) {
-        case 0: {
-            const int j = pick(6);
-            arrays[size_t(j)] = a;
-            models[size_t(j)] = m;
-            break;
-        }
-        case 1:
-            a.append(text.c_str());
-            m += text;
-            break;
-        case 2: {
-            const int j = pick(6);
-            const std::string other = models[size_t(j)];
-            a.append(arrays[size_t(j)]);
-            m += other;
-            break;
-        }
-        case 3:
-            a.insert(pos, text.c_str());
-            if (!text.empty()) {
-                if (size_t(pos) > m.size())
-                    m.resize(size_t(pos), ' ');
-                m.insert(size_t(pos), text);
-            }
-            break;
-        case 4: {
-            const int n = pick(int(m.size()) + 5);
-            a.resize(n);
-            if (size_t(n) <= m.size()) {
-                m.resize(size_t(n));
-            } else {
-                // New bytes are unspecified: make both sides agree.
-                const size_t old = m.size();
-                m.resize(size_t(n), 'z');
-                for (size_t k = old; k < size_t(n); ++k)
-                    a[int(k)] = 'z';
-            }
-            break;
-        }
-        case 5:
-            a.prepend(text.c_str());
-            m.insert(0, text);
-            break;
-        case 6:
-            a = text.c_str();
-            m = text;
-            break;
-        case 7:
-            if (!m.empty()) {
-                const int k = pick(int(m.size()));
-                a[k] = '#';
-                m[size_t(k)] = '#';
-            }
-            break;
-        case 8: {
-            const int len = pick(5);
-            a.remove(pos, len);
-            if (size_t(pos) < m.size())
-                m.erase(size_t(pos), size_t(len));
-            break;
-        }
-        case 9: {
-            const int n = 1 + pick(int(sizeof external) - 1);
-            a = CZeByteArray::fromRawData(external, n);
-            m.assign(external, size_t(n));
-            break;
-        }
-        default:
-            a.insert(pos, a);
-            if (!m.empty()) {
-                const std::string self = m;
-                if (size_t(pos) > m.size())
-                    m.resize(size_t(pos), ' ');
-                m.insert(size_t(pos), self);
-            }
-            break;
-        }
-        if (m.size() > 200) {
-            a.truncate(50);
-            m.resize(50);
-        }
-        for (size_t k = 0; k < arrays.size(); ++k) {
-            ASSERT_EQ(str(arrays[k]), models[k]) << "step " << step << " array " << k;
-        }
-    }
-    EXPECT_EQ(std::string(external, sizeof external), std::string(sizeof external, 'e'));
+    checkCopiesStayIndependent<Bytes>();
 }
 
 } // namespace

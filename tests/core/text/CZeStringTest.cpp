@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "CZeString.h"
+#include "support/CopyOnWriteModel.h"
 
 namespace {
 
@@ -317,109 +318,25 @@ TEST(CZeString, Numbers)
 }
 
 // Random edits on several copies of one string, mirrored on std::u16string.
+struct Units {
+    using Element = CZeChar;
+    using Container = CZeString;
+    using Model = std::u16string;
+    static char16_t wideUnit(int k) { return char16_t(0x400 + k); }
+    static CZeString make(const std::u16string& t)
+    {
+        return CZeString(reinterpret_cast<const CZeChar*>(t.data()), int(t.size()));
+    }
+    static CZeString raw(const char16_t* data, int n)
+    {
+        return CZeString::fromRawData(reinterpret_cast<const CZeChar*>(data), n);
+    }
+    static std::u16string model(const CZeString& s) { return u16(s); }
+};
+
 TEST(CZeString, RandomEditsKeepCopiesIndependent)
 {
-    const unsigned seed = std::random_device{}();
-    SCOPED_TRACE("seed " + std::to_string(seed));
-    std::mt19937 rng(seed);
-    std::vector<CZeString> strings(6);
-    std::vector<std::u16string> models(6);
-    auto pick = [&](int n) { return int(rng() % unsigned(n)); };
-    const std::u16string external(40, u'e');
-
-    for (int step = 0; step < 4000; ++step) {
-        const int i = pick(6);
-        CZeString& s = strings[size_t(i)];
-        std::u16string& m = models[size_t(i)];
-        std::u16string text(size_t(pick(10)), char16_t(u'a' + pick(26)));
-        if (!text.empty() && pick(3) == 0)
-            text[0] = char16_t(0x400 + pick(0x100));
-        const CZeChar* textUnits = reinterpret_cast<const CZeChar*>(text.data());
-        const int pos = pick(int(m.size()) + 4);
-        switch (pick(11)) {
-        case 0: {
-            const int j = pick(6);
-            strings[size_t(j)] = s;
-            models[size_t(j)] = m;
-            break;
-        }
-        case 1:
-            s.append(textUnits, int(text.size()));
-            m += text;
-            break;
-        case 2: {
-            const int j = pick(6);
-            const std::u16string other = models[size_t(j)];
-            s.append(strings[size_t(j)]);
-            m += other;
-            break;
-        }
-        case 3:
-            s.insert(pos, textUnits, int(text.size()));
-            if (!text.empty()) {
-                if (size_t(pos) > m.size())
-                    m.resize(size_t(pos), u' ');
-                m.insert(size_t(pos), text);
-            }
-            break;
-        case 4: {
-            const int n = pick(int(m.size()) + 5);
-            s.resize(n, CZeChar(u'z'));
-            m.resize(size_t(n), u'z');
-            break;
-        }
-        case 5: {
-            const CZeChar ch(static_cast<unsigned short>(u'A' + pick(26)));
-            s.insert(pos, ch);
-            if (size_t(pos) > m.size())
-                m.resize(size_t(pos), u' ');
-            m.insert(size_t(pos), 1, char16_t(ch.unicode()));
-            break;
-        }
-        case 6: {
-            const int n = pick(4);
-            s.chop(n);
-            m.resize(m.size() - std::min(m.size(), size_t(n)));
-            break;
-        }
-        case 7:
-            if (!m.empty()) {
-                const int k = pick(int(m.size()));
-                s[k] = CZeChar(u'#');
-                m[size_t(k)] = u'#';
-            }
-            break;
-        case 8: {
-            const int len = pick(5);
-            s.remove(pos, len);
-            if (size_t(pos) < m.size())
-                m.erase(size_t(pos), size_t(len));
-            break;
-        }
-        case 9: {
-            const int n = 1 + pick(int(external.size()) - 1);
-            s = CZeString::fromRawData(reinterpret_cast<const CZeChar*>(external.data()), n);
-            m.assign(external.data(), size_t(n));
-            break;
-        }
-        default:
-            s.insert(pos, s);
-            if (!m.empty()) {
-                const std::u16string self = m;
-                if (size_t(pos) > m.size())
-                    m.resize(size_t(pos), u' ');
-                m.insert(size_t(pos), self);
-            }
-            break;
-        }
-        if (m.size() > 200) {
-            s.truncate(50);
-            m.resize(50);
-        }
-        for (size_t k = 0; k < strings.size(); ++k)
-            ASSERT_EQ(u16(strings[k]), models[k]) << "step " << step << " string " << k;
-    }
-    EXPECT_EQ(external, std::u16string(40, u'e'));
+    checkCopiesStayIndependent<Units>();
 }
 
 } // namespace
