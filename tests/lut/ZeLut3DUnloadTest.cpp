@@ -10,6 +10,8 @@
 
 #include <cstdint>
 
+#include "ZeLut3D.h"
+
 namespace {
 
 int processThreads()
@@ -24,8 +26,8 @@ int processThreads()
     return count;
 }
 
-using Create = void* (*)(uint32_t);
-using Destroy = void (*)(void*);
+using Create = decltype(&ZecLut3DCreateEffect);
+using Destroy = decltype(&ZecLut3DDestroyEffect);
 
 TEST(ZeLut3DUnload, WorkersAreGoneWhenDestroyReturns)
 {
@@ -36,7 +38,7 @@ TEST(ZeLut3DUnload, WorkersAreGoneWhenDestroyReturns)
         const auto create = reinterpret_cast<Create>(dlsym(library, "ZecLut3DCreateEffect"));
         const auto destroy = reinterpret_cast<Destroy>(dlsym(library, "ZecLut3DDestroyEffect"));
         ASSERT_TRUE(create && destroy);
-        void* effect = create(16);
+        Lut3DEffect* effect = create(16);
         ASSERT_NE(effect, nullptr);
         destroy(effect);
         ASSERT_EQ(processThreads(), baseline) << "cycle " << cycle;
