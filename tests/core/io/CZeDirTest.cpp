@@ -17,45 +17,11 @@
 #include <unistd.h>
 
 #include "CZeDir.h"
+#include "support/TestText.h"
 #include "support/MessageCapture.h"
 #include "support/TemporaryDirectory.h"
 
 namespace {
-
-CZeString name(const std::string& path)
-{
-    return CZeString::fromUtf8(path.c_str());
-}
-
-std::string utf8(const CZeString& s)
-{
-    const CZeByteArray bytes = s.toUtf8();
-    return std::string(bytes.constData(), static_cast<size_t>(bytes.size()));
-}
-
-bool isDir(const std::string& path)
-{
-    struct stat st;
-    return ::lstat(path.c_str(), &st) == 0 && S_ISDIR(st.st_mode);
-}
-
-bool present(const std::string& path)
-{
-    struct stat st;
-    return ::lstat(path.c_str(), &st) == 0;
-}
-
-// The one message captured, which must be a warning.
-std::string onlyWarning(MessageCapture& capture)
-{
-    const auto m = capture.messages();
-    capture.clear();
-    EXPECT_EQ(m.size(), 1u);
-    if (m.size() != 1)
-        return "<" + std::to_string(m.size()) + " messages>";
-    EXPECT_EQ(m[0].priority, 5);
-    return m[0].text;
-}
 
 // Runs the body with the working directory set to `dir`.
 class InDirectory {

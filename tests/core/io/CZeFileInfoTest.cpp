@@ -9,20 +9,11 @@
 #include <unistd.h>
 
 #include "CZeFileInfo.h"
+#include "support/TestText.h"
 #include "support/MessageCapture.h"
 #include "support/TemporaryDirectory.h"
 
 namespace {
-
-CZeString name(const std::string& path)
-{
-    return CZeString::fromUtf8(path.c_str());
-}
-
-std::string text(const CZeByteArray& a)
-{
-    return std::string(a.constData(), static_cast<size_t>(a.size()));
-}
 
 TEST(CZeFileInfo, FilesFoldersAndMissingPaths)
 {

@@ -14,48 +14,11 @@
 #include "CZeFile.h"
 #include "core/io/CZeGenericFileEngine.h"
 #include "core/io/ZeSystemError.h"
+#include "support/TestText.h"
 #include "support/MessageCapture.h"
 #include "support/TemporaryDirectory.h"
 
 namespace {
-
-CZeString name(const std::string& path)
-{
-    return CZeString::fromUtf8(path.c_str());
-}
-
-std::string utf8(const CZeString& s)
-{
-    const CZeByteArray bytes = s.toUtf8();
-    return std::string(bytes.constData(), static_cast<size_t>(bytes.size()));
-}
-
-std::string text(const CZeByteArray& a)
-{
-    return std::string(a.constData(), static_cast<size_t>(a.size()));
-}
-
-std::string warning(const MessageCapture& capture)
-{
-    const auto m = capture.messages();
-    EXPECT_EQ(m.size(), 1u);
-    if (m.empty())
-        return "<none>";
-    EXPECT_EQ(m[0].priority, 5);
-    return m[0].text;
-}
-
-std::vector<std::string> namesIn(const std::string& folder)
-{
-    std::vector<std::string> names;
-    if (DIR* dir = ::opendir(folder.c_str())) {
-        while (const dirent* e = ::readdir(dir))
-            if (std::strcmp(e->d_name, ".") && std::strcmp(e->d_name, ".."))
-                names.push_back(e->d_name);
-        ::closedir(dir);
-    }
-    return names;
-}
 
 // The descriptor that the process has open on `path`, or -1.
 int descriptorOf(const std::string& path)

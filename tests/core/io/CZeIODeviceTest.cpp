@@ -7,6 +7,7 @@
 #include <string>
 
 #include "CZeIODevice.h"
+#include "support/TestText.h"
 #include "support/MessageCapture.h"
 
 namespace {
@@ -78,22 +79,6 @@ private:
     }
     bool m_sequential;
 };
-
-std::string text(const CZeByteArray& a)
-{
-    return std::string(a.constData(), static_cast<size_t>(a.size()));
-}
-
-// The only captured message, which must be a warning.
-std::string warning(const MessageCapture& capture)
-{
-    const auto m = capture.messages();
-    EXPECT_EQ(m.size(), 1u);
-    if (m.empty())
-        return "<none>";
-    EXPECT_EQ(m[0].priority, 5);
-    return m[0].text;
-}
 
 TEST(CZeIODevice, TextModeDropsCarriageReturns)
 {

@@ -13,28 +13,11 @@
 #include <unistd.h>
 
 #include "CZeSaveFile.h"
+#include "support/TestText.h"
 #include "support/MessageCapture.h"
 #include "support/TemporaryDirectory.h"
 
 namespace {
-
-CZeString name(const std::string& path)
-{
-    return CZeString::fromUtf8(path.c_str());
-}
-
-std::string utf8(const CZeString& s)
-{
-    const CZeByteArray bytes = s.toUtf8();
-    return std::string(bytes.constData(), static_cast<size_t>(bytes.size()));
-}
-
-struct stat statOf(const std::string& path)
-{
-    struct stat st {};
-    EXPECT_EQ(::lstat(path.c_str(), &st), 0) << path;
-    return st;
-}
 
 // The entries of the folder other than `except`.
 std::vector<std::string> othersIn(const TemporaryDirectory& dir, const std::string& except)
@@ -43,19 +26,6 @@ std::vector<std::string> othersIn(const TemporaryDirectory& dir, const std::stri
     for (const std::string& n : dir.entries())
         if (n != except)
             names.push_back(n);
-    return names;
-}
-
-std::vector<std::string> namesIn(const std::string& folder)
-{
-    std::vector<std::string> names;
-    if (DIR* d = ::opendir(folder.c_str())) {
-        while (const dirent* e = ::readdir(d))
-            if (std::strcmp(e->d_name, ".") && std::strcmp(e->d_name, ".."))
-                names.push_back(e->d_name);
-        ::closedir(d);
-    }
-    std::sort(names.begin(), names.end());
     return names;
 }
 

@@ -11,14 +11,10 @@
 #include <unistd.h>
 
 #include "core/io/ZeTemporaryFile.h"
+#include "support/TestText.h"
 #include "support/TemporaryDirectory.h"
 
 namespace {
-
-std::string text(const CZeByteArray& a)
-{
-    return std::string(a.constData(), static_cast<size_t>(a.size()));
-}
 
 // The letters a thread's generator gives from its start (seed 17), in the
 // order the creation places them: from the end of the run towards its start.

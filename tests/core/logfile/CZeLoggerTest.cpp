@@ -20,22 +20,11 @@
 #include "CZeLogger.h"
 #include "core/log/CZeMessageLogger.h"
 #include "LoggerTestSupport.h"
+#include "support/TestText.h"
 #include "support/MessageCapture.h"
 #include "support/TemporaryDirectory.h"
 
 namespace {
-
-std::vector<std::string> namesIn(const std::string& folder)
-{
-    std::vector<std::string> names;
-    if (DIR* d = ::opendir(folder.c_str())) {
-        while (const dirent* e = ::readdir(d))
-            if (std::strcmp(e->d_name, ".") && std::strcmp(e->d_name, ".."))
-                names.push_back(e->d_name);
-        ::closedir(d);
-    }
-    return names;
-}
 
 size_t lineCount(const std::string& text)
 {

@@ -5,19 +5,16 @@
 
 #include "CZeByteArray.h"
 
-namespace {
+#include "support/TestText.h"
 
-std::string str(const CZeByteArray& a)
-{
-    return std::string(a.constData(), size_t(a.size()));
-}
+namespace {
 
 TEST(CZeByteArrayEncoding, Hex)
 {
     const CZeByteArray bytes("\x01\xab", 2);
-    EXPECT_EQ(str(bytes.toHex(':')), "01:ab");
-    EXPECT_EQ(str(bytes.toHex()), "01ab");
-    EXPECT_EQ(str(CZeByteArray("\xff", 1).toHex(' ')), "ff"); // no separator after the last
+    EXPECT_EQ(text(bytes.toHex(':')), "01:ab");
+    EXPECT_EQ(text(bytes.toHex()), "01ab");
+    EXPECT_EQ(text(CZeByteArray("\xff", 1).toHex(' ')), "ff"); // no separator after the last
     EXPECT_TRUE(CZeByteArray().toHex().isNull());
     EXPECT_TRUE(CZeByteArray("").toHex(':').isNull());
 
@@ -40,21 +37,21 @@ TEST(CZeByteArrayEncoding, Hex)
 
 TEST(CZeByteArrayEncoding, DoubleText)
 {
-    EXPECT_EQ(str(CZeByteArray::number(2.5)), "2.5");
-    EXPECT_EQ(str(CZeByteArray::number(1234.5, 'e', 6)), "1.234500e+03");
-    EXPECT_EQ(str(CZeByteArray::number(1234.5, 'e', -1)), "1.234500e+03"); // %e: default precision
-    EXPECT_EQ(str(CZeByteArray::number(1.0 / 3.0, 'g', -1)), "0.333333");
-    EXPECT_EQ(str(CZeByteArray::number(0.5, 'f', 0)), "0");
-    EXPECT_EQ(str(CZeByteArray::number(255.0, 'A', 2)), "0X1.FEP+7");
-    EXPECT_EQ(str(CZeByteArray::number(2.5, 'd', 2)), "2.5"); // not a floating conversion: 'g'
+    EXPECT_EQ(text(CZeByteArray::number(2.5)), "2.5");
+    EXPECT_EQ(text(CZeByteArray::number(1234.5, 'e', 6)), "1.234500e+03");
+    EXPECT_EQ(text(CZeByteArray::number(1234.5, 'e', -1)), "1.234500e+03"); // %e: default precision
+    EXPECT_EQ(text(CZeByteArray::number(1.0 / 3.0, 'g', -1)), "0.333333");
+    EXPECT_EQ(text(CZeByteArray::number(0.5, 'f', 0)), "0");
+    EXPECT_EQ(text(CZeByteArray::number(255.0, 'A', 2)), "0X1.FEP+7");
+    EXPECT_EQ(text(CZeByteArray::number(2.5, 'd', 2)), "2.5"); // not a floating conversion: 'g'
 
     // The text is cut at 127 bytes.
     const CZeByteArray huge = CZeByteArray::number(1e300, 'f', 6);
     EXPECT_EQ(huge.size(), 127);
-    EXPECT_EQ(str(huge).substr(0, 4), "1000");
+    EXPECT_EQ(text(huge).substr(0, 4), "1000");
 
     CZeByteArray a("old text");
-    EXPECT_EQ(str(a.setNum(-0.125, 'f', 2)), "-0.12");
+    EXPECT_EQ(text(a.setNum(-0.125, 'f', 2)), "-0.12");
     EXPECT_EQ(&a.setNum(1.0), &a);
 }
 

@@ -8,19 +8,15 @@
 #include <vector>
 
 #include "CZeByteArray.h"
+#include "support/TestText.h"
 #include "support/CopyOnWriteModel.h"
 
 namespace {
 
-std::string str(const CZeByteArray& a)
-{
-    return std::string(a.constData(), size_t(a.size()));
-}
-
 // Every ordinary block is followed by a terminator.
 void expectTerminated(const CZeByteArray& a)
 {
-    EXPECT_EQ(a.constData()[a.size()], '\0') << str(a);
+    EXPECT_EQ(a.constData()[a.size()], '\0') << text(a);
 }
 
 TEST(CZeByteArray, NullAndEmptyAreDistinct)
@@ -47,7 +43,7 @@ TEST(CZeByteArray, NullAndEmptyAreDistinct)
 TEST(CZeByteArray, ConstructionCopiesExactly)
 {
     CZeByteArray a("abcdef", 3);
-    EXPECT_EQ(str(a), "abc");
+    EXPECT_EQ(text(a), "abc");
     EXPECT_EQ(a.capacity(), 3);
     expectTerminated(a);
 
@@ -57,7 +53,7 @@ TEST(CZeByteArray, ConstructionCopiesExactly)
     EXPECT_EQ(z.at(2), 'b');
 
     CZeByteArray f(4, '*');
-    EXPECT_EQ(str(f), "****");
+    EXPECT_EQ(text(f), "****");
     EXPECT_EQ(f.capacity(), 4);
     expectTerminated(f);
 }
@@ -67,7 +63,7 @@ TEST(CZeByteArray, GrowingAppendRoundsCapacity)
     CZeByteArray a("0123456789");
     a.append('x'); // 11 bytes need capacity 12: block 36 -> 64, 40 elements
     EXPECT_EQ(a.capacity(), 39);
-    EXPECT_EQ(str(a), "0123456789x");
+    EXPECT_EQ(text(a), "0123456789x");
     expectTerminated(a);
 }
 
@@ -99,12 +95,12 @@ TEST(CZeByteArray, ResizeRules)
     eleven.resize(5); // 6 is not below 12 / 2: kept
     EXPECT_EQ(eleven.constData(), block);
     EXPECT_EQ(eleven.constData()[5], '\0');
-    EXPECT_EQ(str(eleven), "hello");
+    EXPECT_EQ(text(eleven), "hello");
 
     CZeByteArray big(100, 'b');
     big.resize(10); // 11 < 101 / 2: memory is given back (with growth rounding)
     EXPECT_EQ(big.capacity(), 39);
-    EXPECT_EQ(str(big), std::string(10, 'b'));
+    EXPECT_EQ(text(big), std::string(10, 'b'));
     expectTerminated(big);
 
     CZeByteArray kept(100, 'k');
@@ -113,7 +109,7 @@ TEST(CZeByteArray, ResizeRules)
     EXPECT_EQ(kept.capacity(), 100);
     kept.squeeze();
     EXPECT_EQ(kept.capacity(), 10);
-    EXPECT_EQ(str(kept), std::string(10, 'k'));
+    EXPECT_EQ(text(kept), std::string(10, 'k'));
 }
 
 TEST(CZeByteArray, AssignFromCString)
@@ -122,22 +118,22 @@ TEST(CZeByteArray, AssignFromCString)
     const char* block = a.constData();
     a = "abcdefg"; // 8 >= 12 / 2: the block is reused
     EXPECT_EQ(a.constData(), block);
-    EXPECT_EQ(str(a), "abcdefg");
+    EXPECT_EQ(text(a), "abcdefg");
     a = "hi"; // 3 < 12 / 2 and shorter: reallocated to exactly 3
-    EXPECT_EQ(str(a), "hi");
+    EXPECT_EQ(text(a), "hi");
     EXPECT_EQ(a.capacity(), 2);
     a = "a longer text than before"; // does not fit: exact, no growth rounding
     EXPECT_EQ(a.capacity(), 25);
 
     CZeByteArray copy = a;
     a = "changed";
-    EXPECT_EQ(str(copy), "a longer text than before");
-    EXPECT_EQ(str(a), "changed");
+    EXPECT_EQ(text(copy), "a longer text than before");
+    EXPECT_EQ(text(a), "changed");
 
     a = a.constData(); // self-assignment
-    EXPECT_EQ(str(a), "changed");
+    EXPECT_EQ(text(a), "changed");
     a = a.constData() + 3; // a part of itself, which shrinks the block
-    EXPECT_EQ(str(a), "nged");
+    EXPECT_EQ(text(a), "nged");
     expectTerminated(a);
 
     a = static_cast<const char*>(nullptr);
@@ -152,37 +148,37 @@ TEST(CZeByteArray, InsertPadsPastTheEnd)
     CZeByteArray a("ab");
     a.insert(5, "xy");
     EXPECT_EQ(a.size(), 7);
-    EXPECT_EQ(str(a), "ab   xy");
+    EXPECT_EQ(text(a), "ab   xy");
     expectTerminated(a);
 
     CZeByteArray b("abc");
     b.insert(1, CZeByteArray("XY"));
-    EXPECT_EQ(str(b), "aXYbc");
+    EXPECT_EQ(text(b), "aXYbc");
     b.insert(5, 'Z');
-    EXPECT_EQ(str(b), "aXYbcZ");
+    EXPECT_EQ(text(b), "aXYbcZ");
     b.insert(0, "<", 1);
-    EXPECT_EQ(str(b), "<aXYbcZ");
+    EXPECT_EQ(text(b), "<aXYbcZ");
 
     CZeByteArray unchanged("abc");
     unchanged.insert(-1, "x");
     unchanged.insert(1, static_cast<const char*>(nullptr));
     unchanged.insert(1, "");
     unchanged.insert(1, CZeByteArray());
-    EXPECT_EQ(str(unchanged), "abc");
+    EXPECT_EQ(text(unchanged), "abc");
 }
 
 TEST(CZeByteArray, InsertIntoItself)
 {
     CZeByteArray a("abc");
     a.insert(1, a);
-    EXPECT_EQ(str(a), "aabcbc");
+    EXPECT_EQ(text(a), "aabcbc");
 
     CZeByteArray b("0123456789");
     b.reserve(100); // room enough that nothing moves unless it must
     b.insert(2, b.constData() + 5, 3);
-    EXPECT_EQ(str(b), "0156723456789");
+    EXPECT_EQ(text(b), "0156723456789");
     b.insert(0, b.constData() + 10);
-    EXPECT_EQ(str(b), "789" "0156723456789");
+    EXPECT_EQ(text(b), "789" "0156723456789");
 }
 
 TEST(CZeByteArray, AppendSharesIntoStaticEmpty)
@@ -197,36 +193,36 @@ TEST(CZeByteArray, AppendSharesIntoStaticEmpty)
 
     // The shared block is never written: appending again copies first.
     null.append("!");
-    EXPECT_EQ(str(source), "shared");
-    EXPECT_EQ(str(null), "shared!");
+    EXPECT_EQ(text(source), "shared");
+    EXPECT_EQ(text(null), "shared!");
 
     CZeByteArray raw = CZeByteArray::fromRawData("external", 8);
     CZeByteArray target;
     target.append(raw); // raw data is copied so that the result is terminated
     EXPECT_FALSE(target.isSharedWith(raw));
-    EXPECT_EQ(str(target), "external");
+    EXPECT_EQ(text(target), "external");
     expectTerminated(target);
 
     CZeByteArray self("ab");
     self.append(self);
     self.append(self.constData(), 2);
-    EXPECT_EQ(str(self), "ababab");
+    EXPECT_EQ(text(self), "ababab");
 
     CZeByteArray keep("x");
     keep.append(CZeByteArray());
     keep.append(static_cast<const char*>(nullptr));
-    EXPECT_EQ(str(keep), "x");
+    EXPECT_EQ(text(keep), "x");
 }
 
 TEST(CZeByteArray, Prepend)
 {
     CZeByteArray a("cd");
     a.prepend("ab");
-    EXPECT_EQ(str(a), "abcd");
+    EXPECT_EQ(text(a), "abcd");
     a.prepend(static_cast<const char*>(nullptr));
-    EXPECT_EQ(str(a), "abcd");
+    EXPECT_EQ(text(a), "abcd");
     a.prepend(a.constData() + 2);
-    EXPECT_EQ(str(a), "cdabcd");
+    EXPECT_EQ(text(a), "cdabcd");
     expectTerminated(a);
 
     const CZeByteArray other("xy");
@@ -235,12 +231,12 @@ TEST(CZeByteArray, Prepend)
     EXPECT_TRUE(null.isSharedWith(other));
     CZeByteArray b("12");
     b.prepend(other);
-    EXPECT_EQ(str(b), "xy12");
+    EXPECT_EQ(text(b), "xy12");
     b.prepend(b);
-    EXPECT_EQ(str(b), "xy12xy12");
+    EXPECT_EQ(text(b), "xy12xy12");
     b.prepend(CZeByteArray(""));
-    EXPECT_EQ(str(b), "xy12xy12");
-    EXPECT_EQ(str(other), "xy");
+    EXPECT_EQ(text(b), "xy12xy12");
+    EXPECT_EQ(text(other), "xy");
 }
 
 TEST(CZeByteArray, CopyOnWriteIsolation)
@@ -250,15 +246,15 @@ TEST(CZeByteArray, CopyOnWriteIsolation)
     EXPECT_TRUE(a.isSharedWith(b));
     b.data()[0] = 'O';
     b[1] = 'R';
-    EXPECT_EQ(str(a), "original");
-    EXPECT_EQ(str(b), "ORiginal");
+    EXPECT_EQ(text(a), "original");
+    EXPECT_EQ(text(b), "ORiginal");
 
     CZeByteArray c = a;
     c.resize(3);
     c.insert(0, "<");
     c.remove(1, 1);
-    EXPECT_EQ(str(a), "original");
-    EXPECT_EQ(str(c), "<ri");
+    EXPECT_EQ(text(a), "original");
+    EXPECT_EQ(text(c), "<ri");
 
     char buffer[] = "raw bytes";
     CZeByteArray raw = CZeByteArray::fromRawData(buffer, 3);
@@ -268,8 +264,8 @@ TEST(CZeByteArray, CopyOnWriteIsolation)
     raw.data()[0] = 'W';
     raw.resize(2); // may only shrink the view
     EXPECT_STREQ(buffer, "raw bytes");
-    EXPECT_EQ(str(raw), "Wa");
-    EXPECT_EQ(str(rawCopy), "raw!");
+    EXPECT_EQ(text(raw), "Wa");
+    EXPECT_EQ(text(rawCopy), "raw!");
 
     CZeByteArray view = CZeByteArray::fromRawData(buffer, 5);
     view.resize(2); // unshared raw data: only the size changes
@@ -281,7 +277,7 @@ TEST(CZeByteArray, CopyOnWriteIsolation)
     EXPECT_TRUE(a.nulTerminated().isSharedWith(a));
 
     view.setRawData(buffer + 4, 5); // the raw header is reused
-    EXPECT_EQ(str(view), "bytes");
+    EXPECT_EQ(text(view), "bytes");
     view.setRawData(nullptr, 0);
     EXPECT_FALSE(view.isNull());
     EXPECT_TRUE(view.isEmpty());
@@ -295,26 +291,26 @@ TEST(CZeByteArray, OutOfRangeAccessIsHarmless)
     EXPECT_EQ(a.at(3), '\0');
     a[7] = 'x';
     a[-1] = 'y';
-    EXPECT_EQ(str(a), "abc");
+    EXPECT_EQ(text(a), "abc");
 }
 
 TEST(CZeByteArray, CaseCopiesUseTheLatin1Table)
 {
     const CZeByteArray mixed("AZaz09\xC0\xD6\xD7\xD8\xDE\xDF\xE0\xF6\xF7\xF8\xFE\xFF");
-    EXPECT_EQ(str(mixed.toLower()), "azaz09\xE0\xF6\xD7\xF8\xFE\xDF\xE0\xF6\xF7\xF8\xFE\xFF");
-    EXPECT_EQ(str(mixed.toUpper()), "AZAZ09\xC0\xD6\xD7\xD8\xDE\xDF\xC0\xD6\xF7\xD8\xDE\xFF");
-    EXPECT_EQ(str(mixed), "AZaz09\xC0\xD6\xD7\xD8\xDE\xDF\xE0\xF6\xF7\xF8\xFE\xFF");
+    EXPECT_EQ(text(mixed.toLower()), "azaz09\xE0\xF6\xD7\xF8\xFE\xDF\xE0\xF6\xF7\xF8\xFE\xFF");
+    EXPECT_EQ(text(mixed.toUpper()), "AZAZ09\xC0\xD6\xD7\xD8\xDE\xDF\xC0\xD6\xF7\xD8\xDE\xFF");
+    EXPECT_EQ(text(mixed), "AZaz09\xC0\xD6\xD7\xD8\xDE\xDF\xE0\xF6\xF7\xF8\xFE\xFF");
     EXPECT_TRUE(CZeByteArray().toLower().isNull());
 }
 
 TEST(CZeByteArray, EverydayOperations)
 {
     const CZeByteArray a("hello world");
-    EXPECT_EQ(str(a.left(5)), "hello");
-    EXPECT_EQ(str(a.right(5)), "world");
-    EXPECT_EQ(str(a.mid(6)), "world");
-    EXPECT_EQ(str(a.mid(3, 2)), "lo");
-    EXPECT_EQ(str(a.mid(-2, 4)), "he");
+    EXPECT_EQ(text(a.left(5)), "hello");
+    EXPECT_EQ(text(a.right(5)), "world");
+    EXPECT_EQ(text(a.mid(6)), "world");
+    EXPECT_EQ(text(a.mid(3, 2)), "lo");
+    EXPECT_EQ(text(a.mid(-2, 4)), "he");
     EXPECT_TRUE(a.mid(12).isNull());
     EXPECT_TRUE(a.left(50).isSharedWith(a));
     EXPECT_EQ(a.left(-1).size(), 0);
@@ -339,20 +335,20 @@ TEST(CZeByteArray, EverydayOperations)
     EXPECT_TRUE(CZeByteArray("abc") < CZeByteArray("abd"));
     EXPECT_TRUE(CZeByteArray("ab") < CZeByteArray("abc"));
     EXPECT_TRUE(CZeByteArray("\xff") > CZeByteArray("a")); // unsigned bytes
-    EXPECT_EQ(str(CZeByteArray("ab") + "cd"), "abcd");
+    EXPECT_EQ(text(CZeByteArray("ab") + "cd"), "abcd");
 
     CZeByteArray r("0123456789");
     r.remove(2, 3);
-    EXPECT_EQ(str(r), "0156789");
+    EXPECT_EQ(text(r), "0156789");
     r.remove(4, 100);
-    EXPECT_EQ(str(r), "0156");
+    EXPECT_EQ(text(r), "0156");
     r.remove(-1, 2);
     r.remove(9, 1);
-    EXPECT_EQ(str(r), "0156");
+    EXPECT_EQ(text(r), "0156");
     r.chop(2);
-    EXPECT_EQ(str(r), "01");
+    EXPECT_EQ(text(r), "01");
     r.truncate(5);
-    EXPECT_EQ(str(r), "01");
+    EXPECT_EQ(text(r), "01");
     r.clear();
     EXPECT_TRUE(r.isNull());
 }
@@ -366,7 +362,7 @@ struct Bytes {
     static char wideUnit(int) { return 'w'; }
     static CZeByteArray make(const std::string& t) { return CZeByteArray(t.data(), int(t.size())); }
     static CZeByteArray raw(const char* data, int n) { return CZeByteArray::fromRawData(data, n); }
-    static std::string model(const CZeByteArray& a) { return str(a); }
+    static std::string model(const CZeByteArray& a) { return text(a); }
 };
 
 TEST(CZeByteArray, RandomEditsKeepCopiesIndependent)

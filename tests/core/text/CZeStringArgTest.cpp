@@ -10,25 +10,10 @@
 
 #include "CZeDebugLog.h"
 #include "CZeString.h"
+#include "support/TestText.h"
 #include "support/MessageCapture.h"
 
 namespace {
-
-CZeString L1(const char* text)
-{
-    return CZeString::fromLatin1(text);
-}
-
-CZeString U16(const char16_t* text)
-{
-    return CZeString::fromUtf16(text);
-}
-
-std::string latin(const CZeString& s)
-{
-    const CZeByteArray b = s.toLatin1();
-    return std::string(b.constData(), size_t(b.size()));
-}
 
 // ---- Parsing -----------------------------------------------------------------
 

@@ -7,12 +7,9 @@
 
 #include "CZeString.h"
 
-namespace {
+#include "support/TestText.h"
 
-std::u16string u16(const CZeString& s)
-{
-    return std::u16string(reinterpret_cast<const char16_t*>(s.unicode()), size_t(s.size()));
-}
+namespace {
 
 std::string bytes(const CZeByteArray& b)
 {

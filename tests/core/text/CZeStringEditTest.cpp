@@ -9,28 +9,9 @@
 
 #include "CZeString.h"
 
+#include "support/TestText.h"
+
 namespace {
-
-CZeString L1(const char* text)
-{
-    return CZeString::fromLatin1(text);
-}
-
-CZeString U16(const char16_t* text)
-{
-    return CZeString::fromUtf16(text);
-}
-
-std::string latin(const CZeString& s)
-{
-    const CZeByteArray b = s.toLatin1();
-    return std::string(b.constData(), size_t(b.size()));
-}
-
-std::u16string u16(const CZeString& s)
-{
-    return std::u16string(reinterpret_cast<const char16_t*>(s.unicode()), size_t(s.size()));
-}
 
 template <typename Parts> std::vector<std::string> texts(const Parts& parts)
 {

@@ -9,17 +9,9 @@
 
 #include "CZeString.h"
 
+#include "support/TestText.h"
+
 namespace {
-
-CZeString L1(const char* text)
-{
-    return CZeString::fromLatin1(text);
-}
-
-CZeString U16(const char16_t* text)
-{
-    return CZeString::fromUtf16(text);
-}
 
 // Units given one by one (lone surrogates cannot be written in literals).
 CZeString units(std::initializer_list<unsigned short> list)

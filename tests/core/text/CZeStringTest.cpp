@@ -9,25 +9,10 @@
 #include <vector>
 
 #include "CZeString.h"
+#include "support/TestText.h"
 #include "support/CopyOnWriteModel.h"
 
 namespace {
-
-std::u16string u16(const CZeString& s)
-{
-    return std::u16string(reinterpret_cast<const char16_t*>(s.unicode()), size_t(s.size()));
-}
-
-CZeString qs(const char16_t* text)
-{
-    return CZeString::fromUtf16(text);
-}
-
-std::string latin(const CZeString& s)
-{
-    const CZeByteArray b = s.toLatin1();
-    return std::string(b.constData(), size_t(b.size()));
-}
 
 void expectTerminated(const CZeString& s)
 {
@@ -67,7 +52,7 @@ TEST(CZeString, Construction)
 
 TEST(CZeString, ResizeNeverGivesMemoryBack)
 {
-    CZeString s = qs(u"0123456789");
+    CZeString s = U16(u"0123456789");
     const CZeChar* block = s.unicode();
     s.resize(3);
     EXPECT_EQ(u16(s), u"012");
@@ -84,13 +69,13 @@ TEST(CZeString, ResizeNeverGivesMemoryBack)
     s.resize(-4);
     EXPECT_EQ(s.size(), 0);
 
-    CZeString grow = qs(u"abcd");
+    CZeString grow = U16(u"abcd");
     CZeString shared = grow;
     grow.resize(5); // shared: reallocated with growth, 6 units -> 20
     EXPECT_EQ(grow.capacity(), 19);
     EXPECT_EQ(u16(shared), u"abcd");
 
-    CZeString filled = qs(u"ab");
+    CZeString filled = U16(u"ab");
     filled.resize(5, CZeChar(u'-'));
     EXPECT_EQ(u16(filled), u"ab---");
     filled.resize(1, CZeChar(u'+'));
@@ -99,7 +84,7 @@ TEST(CZeString, ResizeNeverGivesMemoryBack)
 
 TEST(CZeString, TruncateChopFill)
 {
-    CZeString s = qs(u"abcdef");
+    CZeString s = U16(u"abcdef");
     s.truncate(10);
     EXPECT_EQ(u16(s), u"abcdef");
     s.truncate(4);
@@ -115,7 +100,7 @@ TEST(CZeString, TruncateChopFill)
     s.truncate(-1);
     EXPECT_TRUE(s.isEmpty());
 
-    CZeString f = qs(u"xyz");
+    CZeString f = U16(u"xyz");
     CZeString copy = f;
     f.fill(CZeChar(u'.'));
     EXPECT_EQ(u16(f), u"...");
@@ -126,7 +111,7 @@ TEST(CZeString, TruncateChopFill)
 
 TEST(CZeString, AppendSharesOnlyIntoNull)
 {
-    const CZeString other = qs(u"tail");
+    const CZeString other = U16(u"tail");
     CZeString null;
     null.append(other);
     EXPECT_TRUE(null.isSharedWith(other));
@@ -134,13 +119,13 @@ TEST(CZeString, AppendSharesOnlyIntoNull)
     EXPECT_EQ(u16(other), u"tail");
     EXPECT_EQ(u16(null), u"tail!");
 
-    CZeString empty = qs(u"");
+    CZeString empty = U16(u"");
     ASSERT_FALSE(empty.isNull());
     empty.append(other); // empty but not null: copies
     EXPECT_FALSE(empty.isSharedWith(other));
     EXPECT_EQ(u16(empty), u"tail");
 
-    CZeString s = qs(u"ab");
+    CZeString s = U16(u"ab");
     s.append(CZeString());
     EXPECT_EQ(u16(s), u"ab");
     s.append(CZeLatin1String("c\xe9"));
@@ -150,7 +135,7 @@ TEST(CZeString, AppendSharesOnlyIntoNull)
     EXPECT_EQ(u16(s), u"abc\u00e9\u20acab" u"abc\u00e9\u20acab");
     expectTerminated(s);
 
-    CZeString viewed = qs(u"0123456789");
+    CZeString viewed = U16(u"0123456789");
     viewed.append(CZeStringRef(&viewed, 2, 3));
     EXPECT_EQ(u16(viewed), u"0123456789234");
     viewed.append(CZeStringRef());
@@ -159,18 +144,18 @@ TEST(CZeString, AppendSharesOnlyIntoNull)
 
 TEST(CZeString, InsertAndRemove)
 {
-    CZeString s = qs(u"ab");
+    CZeString s = U16(u"ab");
     s.insert(5, CZeLatin1String("xy"));
     EXPECT_EQ(u16(s), u"ab   xy"); // reached by padding with spaces
     s.insert(1, CZeChar(u'-'));
     EXPECT_EQ(u16(s), u"a-b   xy");
     s.insert(10, CZeChar(u'!'));
     EXPECT_EQ(u16(s), u"a-b   xy  !");
-    s.insert(0, qs(u"<<"));
+    s.insert(0, U16(u"<<"));
     EXPECT_EQ(u16(s), u"<<a-b   xy  !");
     expectTerminated(s);
 
-    CZeString same = qs(u"abc");
+    CZeString same = U16(u"abc");
     same.insert(-1, CZeChar(u'x'));
     same.insert(-1, CZeLatin1String("x"));
     same.insert(1, CZeLatin1String(""));
@@ -178,15 +163,15 @@ TEST(CZeString, InsertAndRemove)
     same.insert(1, CZeString());
     EXPECT_EQ(u16(same), u"abc");
 
-    CZeString self = qs(u"abc");
+    CZeString self = U16(u"abc");
     self.insert(1, self);
     EXPECT_EQ(u16(self), u"aabcbc");
-    CZeString roomy = qs(u"0123456789");
+    CZeString roomy = U16(u"0123456789");
     roomy.reserve(64); // the units being inserted stay inside the own block
     roomy.insert(2, roomy.unicode() + 5, 3);
     EXPECT_EQ(u16(roomy), u"0156723456789");
 
-    CZeString r = qs(u"0123456789");
+    CZeString r = U16(u"0123456789");
     CZeString keep = r;
     r.remove(2, 3);
     EXPECT_EQ(u16(r), u"0156789");
@@ -229,7 +214,7 @@ TEST(CZeString, RawData)
     EXPECT_FALSE(reused.isNull());
     EXPECT_TRUE(reused.isEmpty());
 
-    CZeString owned = qs(u"owned");
+    CZeString owned = U16(u"owned");
     owned.setRawData(units, 3); // not a raw header: a new one is made
     EXPECT_EQ(u16(owned), u"ext");
 
@@ -241,7 +226,7 @@ TEST(CZeString, RawData)
 
 TEST(CZeString, SetUnicode)
 {
-    CZeString s = qs(u"hello");
+    CZeString s = U16(u"hello");
     const CZeString copy = s;
     s.setUnicode(reinterpret_cast<const CZeChar*>(u"bye"), 3);
     EXPECT_EQ(u16(s), u"bye");
@@ -250,14 +235,14 @@ TEST(CZeString, SetUnicode)
     EXPECT_EQ(s.size(), 2);
     s.setUnicode(reinterpret_cast<const CZeChar*>(u"x"), -1);
     EXPECT_EQ(s.size(), 0);
-    CZeString self = qs(u"0123456789");
+    CZeString self = U16(u"0123456789");
     self.setUnicode(self.unicode() + 4, 3);
     EXPECT_EQ(u16(self), u"456");
 }
 
 TEST(CZeString, OutOfRangeAccessIsHarmless)
 {
-    CZeString s = qs(u"abc");
+    CZeString s = U16(u"abc");
     EXPECT_EQ(s.at(3), CZeChar());
     EXPECT_EQ(s.at(-1), CZeChar());
     s[3] = CZeChar(u'x');
@@ -267,7 +252,7 @@ TEST(CZeString, OutOfRangeAccessIsHarmless)
 
 TEST(CZeString, ReserveAndSqueeze)
 {
-    CZeString s = qs(u"abc");
+    CZeString s = U16(u"abc");
     s.reserve(50);
     EXPECT_GE(s.capacity(), 50);
     s.append(CZeLatin1String("defgh"));
@@ -282,7 +267,7 @@ TEST(CZeString, ReserveAndSqueeze)
 
 TEST(CZeString, StringRefClampsToItsString)
 {
-    const CZeString s = qs(u"0123456789");
+    const CZeString s = U16(u"0123456789");
     const CZeStringRef mid(&s, 3, 4);
     EXPECT_EQ(mid.position(), 3);
     EXPECT_EQ(mid.at(0), CZeChar(u'3'));

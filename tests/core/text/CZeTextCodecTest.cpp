@@ -7,14 +7,10 @@
 #include <string>
 
 #include "CZeTextCodec.h"
+#include "support/TestText.h"
 #include "support/MessageCapture.h"
 
 namespace {
-
-std::u16string u16(const CZeString& s)
-{
-    return std::u16string(reinterpret_cast<const char16_t*>(s.unicode()), size_t(s.size()));
-}
 
 std::unique_ptr<CZeTextDecoder> decoder(const char* name, int flags = 0)
 {
