@@ -134,13 +134,4 @@ TEST(Lut3DTableBuilder, HostileLevelsKeepIndicesAndWeightsInRange)
     }
 }
 
-TEST(Lut3DTableBuilder, RefusesImpossibleSizes)
-{
-    std::vector<float> levels(66, 0.0f);
-    std::vector<uint8_t> entries(3 * 66 * 66 * 66, 0);
-    EXPECT_EQ(Lut3DTableCreate(levels.data(), 66, entries.data()), nullptr);
-    EXPECT_EQ(Lut3DTableCreate(levels.data(), 0, entries.data()), nullptr);
-    Lut3DTableDestroy(nullptr);
-}
-
 } // namespace

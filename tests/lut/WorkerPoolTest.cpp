@@ -150,19 +150,6 @@ TEST(WorkerPool, BatchRunsTheJobOncePerWorkerAndWaits)
     EXPECT_FALSE(pool.start(5, CZeThread::InheritPriority)); // and never restarted
 }
 
-TEST(WorkerPool, CountsBelowTwoMeanOneWorker)
-{
-    for (uint32_t n : {0u, 1u}) {
-        WorkerPool pool;
-        ASSERT_TRUE(pool.start(n, CZeThread::InheritPriority));
-        EXPECT_EQ(pool.workerCount(), 1u);
-        std::atomic<int> calls{0};
-        pool.runBatch([](void* arg, uint32_t, uint32_t) { ++*static_cast<std::atomic<int>*>(arg); },
-                      &calls);
-        EXPECT_EQ(calls.load(), 1);
-    }
-}
-
 TEST(WorkerPool, StopWakesSleepingWorkersAndEmptyPoolsReturnAtOnce)
 {
     for (int i = 0; i < 20; ++i) {

@@ -94,15 +94,4 @@ TEST(ZeLut3DApi, RenderRecordsArgumentsAndSucceeds)
     EXPECT_TRUE(one.paddingIntact());
 }
 
-TEST(ZeLut3DApi, CreateAndDestroy)
-{
-    ZecLut3DDestroyEffect(nullptr);
-    ZecLut3DDestroyTable(nullptr);
-    for (uint32_t threads : {0u, 1u, 2u, 16u}) {
-        Lut3DEffect* e = ZecLut3DCreateEffect(threads);
-        ASSERT_NE(e, nullptr);
-        ZecLut3DDestroyEffect(e);
-    }
-}
-
 } // namespace

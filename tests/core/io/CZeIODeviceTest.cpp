@@ -152,19 +152,6 @@ TEST(CZeIODevice, ReadLineLimitsAndLongLines)
     EXPECT_EQ(warning(capture), "Called with maxSize < 2");
 }
 
-TEST(CZeIODevice, OwnLineReaderMakesTheDevicePositionUnknown)
-{
-    MemoryDevice dev("one\ntwo\n");
-    dev.ownLineReader = true;
-    dev.open(CZeIODevice::ReadOnly);
-    EXPECT_EQ(text(dev.readLine()), "one\n");
-    EXPECT_EQ(dev.pos(), 4);
-    // The base did not see the device move: it seeks before the next read.
-    const int seeks = dev.seeks;
-    EXPECT_EQ(text(dev.read(3)), "two");
-    EXPECT_EQ(dev.seeks, seeks + 1);
-}
-
 TEST(CZeIODevice, PeekLeavesThePositionAndTheNextReadSeeksBack)
 {
     MemoryDevice dev("abcdef");

@@ -134,17 +134,4 @@ TEST(DebugLogLevels, ConsoleGoesToStandardErrorWithLineFeed)
     EXPECT_EQ(capture.count(), 2u); // the host's callback sees them all the same
 }
 
-TEST(DebugLogLevels, SwitchesStartAsDocumented)
-{
-    // Checked before any test changes them would be ideal; the defaults that
-    // MessageCapture restores are the documented initial values.
-    MessageCapture capture;
-    EXPECT_EQ(Log::m_debugLevel, Log::DebugLevelInfo);
-    EXPECT_FALSE(Log::m_outputToStdOut);
-    EXPECT_FALSE(Log::m_forceSaveLogToFile);
-    Log::SetForceSaveLogToFile(true);
-    EXPECT_TRUE(Log::m_forceSaveLogToFile);
-    Log::SetForceSaveLogToFile(false);
-}
-
 } // namespace

@@ -196,20 +196,6 @@ TEST(DebugLogStream, EntriesAreGatedByLevel)
     EXPECT_EQ(capture.count(), 0u);
 }
 
-TEST(DebugLogStream, CarrierWithoutPositionAndMacro)
-{
-    MessageCapture capture;
-    CZeMessageLogger().warning() << "bare " << 3;
-    const int line = __LINE__ + 1;
-    ZE_LOGGER.error() << "at " << "call site";
-    const auto m = capture.messages();
-    ASSERT_EQ(m.size(), 2u);
-    EXPECT_EQ(m[0].text, "bare 3");
-    EXPECT_NE(m[1].text.find("CZeDebugLogStreamTest.cpp(" + std::to_string(line) + "), TestBody: at call site"),
-              std::string::npos)
-        << m[1].text;
-}
-
 TEST(DebugLogStream, StreamedMessagesAreNotCut)
 {
     MessageCapture capture;

@@ -181,64 +181,6 @@ TEST(CZeByteArray, InsertIntoItself)
     EXPECT_EQ(text(b), "789" "0156723456789");
 }
 
-TEST(CZeByteArray, AppendSharesIntoStaticEmpty)
-{
-    const CZeByteArray source("shared");
-    CZeByteArray null;
-    null.append(source);
-    EXPECT_TRUE(null.isSharedWith(source));
-    CZeByteArray empty("");
-    empty.append(source);
-    EXPECT_TRUE(empty.isSharedWith(source));
-
-    // The shared block is never written: appending again copies first.
-    null.append("!");
-    EXPECT_EQ(text(source), "shared");
-    EXPECT_EQ(text(null), "shared!");
-
-    CZeByteArray raw = CZeByteArray::fromRawData("external", 8);
-    CZeByteArray target;
-    target.append(raw); // raw data is copied so that the result is terminated
-    EXPECT_FALSE(target.isSharedWith(raw));
-    EXPECT_EQ(text(target), "external");
-    expectTerminated(target);
-
-    CZeByteArray self("ab");
-    self.append(self);
-    self.append(self.constData(), 2);
-    EXPECT_EQ(text(self), "ababab");
-
-    CZeByteArray keep("x");
-    keep.append(CZeByteArray());
-    keep.append(static_cast<const char*>(nullptr));
-    EXPECT_EQ(text(keep), "x");
-}
-
-TEST(CZeByteArray, Prepend)
-{
-    CZeByteArray a("cd");
-    a.prepend("ab");
-    EXPECT_EQ(text(a), "abcd");
-    a.prepend(static_cast<const char*>(nullptr));
-    EXPECT_EQ(text(a), "abcd");
-    a.prepend(a.constData() + 2);
-    EXPECT_EQ(text(a), "cdabcd");
-    expectTerminated(a);
-
-    const CZeByteArray other("xy");
-    CZeByteArray null;
-    null.prepend(other);
-    EXPECT_TRUE(null.isSharedWith(other));
-    CZeByteArray b("12");
-    b.prepend(other);
-    EXPECT_EQ(text(b), "xy12");
-    b.prepend(b);
-    EXPECT_EQ(text(b), "xy12xy12");
-    b.prepend(CZeByteArray(""));
-    EXPECT_EQ(text(b), "xy12xy12");
-    EXPECT_EQ(text(other), "xy");
-}
-
 TEST(CZeByteArray, CopyOnWriteIsolation)
 {
     CZeByteArray a("original");

@@ -55,32 +55,6 @@ TEST(CZeStringParse, SignedIntegers)
     EXPECT_EQ(L1("12").toInt(nullptr), 12); // ok may be left out
 }
 
-TEST(CZeStringParse, WhiteSpaceClasses)
-{
-    bool ok = false;
-    EXPECT_EQ(L1("\t\n\v\f\r 42\t\n\v\f\r ").toInt(&ok), 42);
-    EXPECT_TRUE(ok);
-    EXPECT_EQ(L1("\xa0\x85"
-                 "42\xa0\x85")
-                  .toInt(&ok),
-        42); // no-break space and next line
-    EXPECT_TRUE(ok);
-    // Other units are not white space: an em space (above Latin-1) reads as
-    // '?', a 0 unit ends nothing, a Latin-1 letter is a letter.
-    for (const char16_t* bad : { u"\u200342", u"42\u2003", u"\u00e942" }) {
-        ok = true;
-        EXPECT_EQ(U16(bad).toInt(&ok), 0);
-        EXPECT_FALSE(ok);
-    }
-    const char16_t embedded[] = { u'4', u'2', 0, u'1' };
-    ok = true;
-    EXPECT_EQ(CZeString(reinterpret_cast<const CZeChar*>(embedded), 4).toInt(&ok), 0);
-    EXPECT_FALSE(ok);
-    ok = true;
-    EXPECT_EQ(U16(u"\u0142").toInt(&ok), 0); // a unit whose low byte is '2'
-    EXPECT_FALSE(ok);
-}
-
 TEST(CZeStringParse, RangesAndNarrowing)
 {
     bool ok = false;
@@ -127,19 +101,6 @@ TEST(CZeStringParse, RangesAndNarrowing)
         EXPECT_EQ(L1(negative).toULongLong(&ok), 0u) << negative;
         EXPECT_FALSE(ok) << negative;
     }
-}
-
-TEST(CZeStringParse, Helpers)
-{
-    const CZeString text = L1(" -12 ");
-    bool ok = false;
-    EXPECT_EQ(CZeString::toIntegral_helper(text.unicode(), text.size(), &ok, 10), -12);
-    EXPECT_TRUE(ok);
-    EXPECT_EQ(CZeString::toIntegral_helper(text.unicode(), unsigned(text.size()), &ok, 10), 0u);
-    EXPECT_FALSE(ok);
-    EXPECT_EQ(CZeString::toIntegral_helper(text.unicode(), 3, &ok, 10), -1); // " -1"
-    EXPECT_EQ(CZeString::toIntegral_helper(nullptr, 5, &ok, 10), 0);
-    EXPECT_FALSE(ok);
 }
 
 TEST(CZeStringParse, Doubles)
@@ -214,21 +175,6 @@ TEST(CZeStringArg, LowestPlaceholderOnly)
     EXPECT_EQ(latin(L1("[%1]").arg(L1(""))), "[]");
     // The argument may be the template itself.
     EXPECT_EQ(latin(templ.arg(templ)), "<<%1>>");
-}
-
-TEST(CZeStringArg, LocaleMarkerOnlyKnownWhileReplacing)
-{
-    // Counting skips %L1, so the count of one is used up by the %L1.
-    EXPECT_EQ(latin(L1("%L1 %1").arg(L1("x"))), "x %1");
-    EXPECT_EQ(latin(L1("%1 %L1").arg(L1("x"))), "x %L1");
-    EXPECT_EQ(latin(L1("%L1 %1").arg(L1("x"), 4, CZeChar('_'))), "___x %1");
-    EXPECT_EQ(latin(L1("%L2 %1 %2").arg(L1("a"))), "%L2 a %2");
-    EXPECT_EQ(latin(L1("%L5 %05 %5").arg(L1("y"))), "y y %5");
-    // With no plain placeholder at all the template counts as empty.
-    MessageCapture capture;
-    EXPECT_EQ(latin(L1("%L1").arg(L1("x"))), "%L1");
-    EXPECT_EQ(capture.count(), 1u);
-    EXPECT_EQ(latin(L1("%Lx %L %1%L").arg(L1("v"))), "%Lx %L v%L");
 }
 
 TEST(CZeStringArg, FieldWidthAndFill)

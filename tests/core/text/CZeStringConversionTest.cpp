@@ -77,22 +77,6 @@ TEST(CZeStringConversion, Utf8DecoderRules)
     }
 }
 
-TEST(CZeStringConversion, DecoderNullAndEmpty)
-{
-    EXPECT_TRUE(CZeString::fromUtf8(static_cast<const char*>(nullptr), 3).isNull());
-    EXPECT_TRUE(CZeString::fromUtf8(CZeByteArray()).isNull());
-    EXPECT_TRUE(CZeString::fromLocal8Bit(nullptr).isNull());
-    for (const CZeString& e : {CZeString::fromUtf8("", -1), CZeString::fromUtf8("abc", 0),
-                               CZeString::fromLocal8Bit("", -1), CZeString::fromLocal8Bit("x", 0),
-                               CZeString::fromAscii("", -1), CZeString::fromUtf8(CZeByteArray(""))}) {
-        EXPECT_FALSE(e.isNull());
-        EXPECT_TRUE(e.isEmpty());
-    }
-    EXPECT_EQ(u16(CZeString::fromUtf8("caf\xC3\xA9")), u"caf\u00e9"); // size -1: strlen
-    EXPECT_EQ(u16(CZeString::fromAscii("\xC3\xA9")), u"\u00e9");      // read as UTF-8
-    EXPECT_EQ(u16(CZeString::fromUtf8(CZeByteArray("a\xE2\x82\xAC"))), u"a\u20ac");
-}
-
 TEST(CZeStringConversion, Utf8Encoder)
 {
     struct Case {
@@ -187,13 +171,6 @@ TEST(CZeStringConversion, Utf16AndUcs4)
     EXPECT_EQ(out[1], 0x1F600u);
     EXPECT_EQ(out[2], 0xfffdu);
     EXPECT_EQ(out[3], 1u); // nothing written past the count
-}
-
-TEST(CZeStringConversion, Utf16IsTerminated)
-{
-    const CZeString s = CZeString::fromUtf8("text");
-    EXPECT_EQ(std::u16string(reinterpret_cast<const char16_t*>(s.utf16())), u"text");
-    EXPECT_EQ(CZeString().utf16()[0], 0);
 }
 
 } // namespace

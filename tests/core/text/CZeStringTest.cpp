@@ -224,22 +224,6 @@ TEST(CZeString, RawData)
     EXPECT_EQ(std::u16string(text), u"external text");
 }
 
-TEST(CZeString, SetUnicode)
-{
-    CZeString s = U16(u"hello");
-    const CZeString copy = s;
-    s.setUnicode(reinterpret_cast<const CZeChar*>(u"bye"), 3);
-    EXPECT_EQ(u16(s), u"bye");
-    EXPECT_EQ(u16(copy), u"hello");
-    s.setUnicode(nullptr, 2);
-    EXPECT_EQ(s.size(), 2);
-    s.setUnicode(reinterpret_cast<const CZeChar*>(u"x"), -1);
-    EXPECT_EQ(s.size(), 0);
-    CZeString self = U16(u"0123456789");
-    self.setUnicode(self.unicode() + 4, 3);
-    EXPECT_EQ(u16(self), u"456");
-}
-
 TEST(CZeString, OutOfRangeAccessIsHarmless)
 {
     CZeString s = U16(u"abc");
@@ -248,37 +232,6 @@ TEST(CZeString, OutOfRangeAccessIsHarmless)
     s[3] = CZeChar(u'x');
     s[-2] = CZeChar(u'y');
     EXPECT_EQ(u16(s), u"abc");
-}
-
-TEST(CZeString, ReserveAndSqueeze)
-{
-    CZeString s = U16(u"abc");
-    s.reserve(50);
-    EXPECT_GE(s.capacity(), 50);
-    s.append(CZeLatin1String("defgh"));
-    EXPECT_GE(s.capacity(), 50);
-    s.squeeze();
-    EXPECT_EQ(s.capacity(), 8);
-    EXPECT_EQ(u16(s), u"abcdefgh");
-    CZeString null;
-    null.squeeze();
-    EXPECT_TRUE(null.isNull());
-}
-
-TEST(CZeString, StringRefClampsToItsString)
-{
-    const CZeString s = U16(u"0123456789");
-    const CZeStringRef mid(&s, 3, 4);
-    EXPECT_EQ(mid.position(), 3);
-    EXPECT_EQ(mid.at(0), CZeChar(u'3'));
-    EXPECT_EQ(u16(mid.toString()), u"3456");
-    const CZeStringRef tail(&s, 8, 100);
-    EXPECT_EQ(tail.size(), 2);
-    const CZeStringRef past(&s, 20, 3);
-    EXPECT_TRUE(past.isEmpty());
-    EXPECT_TRUE(CZeStringRef(&s).toString().isSharedWith(s));
-    EXPECT_TRUE(CZeStringRef().isNull());
-    EXPECT_TRUE(CZeStringRef().toString().isNull());
 }
 
 TEST(CZeString, Numbers)

@@ -16,54 +16,6 @@ namespace {
 constexpr int kTypeA = CZeEvent::User + 1;
 constexpr int kTypeB = CZeEvent::User + 2;
 
-TEST(CZeObjectNames, EmptyUntilSet)
-{
-    Probe p;
-    EXPECT_TRUE(p.objectName().isEmpty());
-    EXPECT_EQ(p.d()->extraData, nullptr); // reading does not create the extra data
-    p.setObjectName(CZeString::fromUtf8("probe"));
-    EXPECT_EQ(p.objectName(), CZeString::fromUtf8("probe"));
-    const CZeString name = p.objectName();
-    p.setObjectName(CZeString::fromUtf8("probe")); // same text: the stored string is kept
-    EXPECT_EQ(p.objectName().constData(), name.constData());
-    p.setObjectName(CZeString());
-    EXPECT_TRUE(p.objectName().isEmpty());
-}
-
-TEST(CZeObjectEvents, NullReceivers)
-{
-    MessageCapture capture;
-    CZeEvent e(kTypeA);
-    EXPECT_TRUE(CZeObject::notify(nullptr, &e));
-    EXPECT_EQ(countMessages(capture, "CZeObject::notify: Unexpected null receiver", kWarning), 1u);
-
-    int destroyed = 0;
-    CZeObject::postEvent(nullptr, new CountedEvent<>(&destroyed, kTypeA));
-    EXPECT_EQ(destroyed, 1);
-    EXPECT_EQ(countMessages(capture, "CZeObject::postEvent: Unexpected null receiver", kWarning),
-              1u);
-}
-
-TEST(CZeObjectEvents, EventDispatchByType)
-{
-    Probe p;
-    CZeEvent user(kTypeA), unknown(500), timer(CZeEvent::Timer);
-    CZeTimerEvent timerEvent(42);
-    EXPECT_TRUE(CZeObject::notify(&p, &user));
-    EXPECT_FALSE(CZeObject::notify(&p, &unknown));
-    EXPECT_TRUE(CZeObject::notify(&p, &timerEvent));
-    EXPECT_EQ(p.customTypes, std::vector<int>{kTypeA});
-    EXPECT_EQ(p.timerIds, std::vector<int>{42});
-    // Delivery raises the thread's level for the handler's duration.
-    int levelInside = -1;
-    CZeThreadData* data = CZeThreadData::current(false);
-    const int before = data->loopLevel;
-    p.onCustom = [&](Probe*, CZeEvent*) { levelInside = data->loopLevel; };
-    CZeObject::notify(&p, &user);
-    EXPECT_EQ(levelInside, before + 1);
-    EXPECT_EQ(data->loopLevel, before);
-}
-
 TEST(CZeObjectEvents, PostedEventsAreDeliveredInOrderAndDeleted)
 {
     int destroyed = 0;

@@ -116,34 +116,6 @@ TEST(CZeThreadStart, FinishedThreadStartsAgain)
     EXPECT_EQ(t.priority(), CZeThread::InheritPriority); // reset by the finish steps
 }
 
-TEST(CZeThreadStart, PrioritiesAreStoredOnly)
-{
-    MessageCapture capture;
-    FunctionThread t([](FunctionThread*) {});
-    t.setPriority(CZeThread::LowPriority);
-    EXPECT_EQ(t.priority(), CZeThread::InheritPriority);
-    EXPECT_EQ(countMessages(capture,
-                            "CZeThread::setPriority: Cannot set priority, thread is not running",
-                            kWarning),
-              1u);
-
-    Gate started, release;
-    int seenByThread = -1;
-    FunctionThread u([&](FunctionThread* self) {
-        seenByThread = self->priority();
-        started.open();
-        release.waitOpen();
-    });
-    // A value with the top bit set has that bit cleared by the new thread.
-    u.start(static_cast<int>(0x80000000u | CZeThread::HighPriority));
-    ASSERT_TRUE(started.waitOpen());
-    EXPECT_EQ(seenByThread, CZeThread::HighPriority);
-    u.setPriority(CZeThread::IdlePriority);
-    EXPECT_EQ(u.priority(), CZeThread::IdlePriority);
-    release.open();
-    ASSERT_TRUE(u.wait(kGenerousMs));
-}
-
 TEST(CZeThreadStart, StackSize)
 {
     MessageCapture capture;
@@ -246,15 +218,6 @@ TEST(CZeThreadExec, SecondExecOnOneThreadIsRefused)
     EXPECT_EQ(countMessages(capture, expected, kWarning), 1u);
 }
 
-TEST(CZeThreadNames, UnnamedThreadIsCalledCZeThread)
-{
-    std::string name;
-    FunctionThread t([&](FunctionThread*) { name = threadComm(); });
-    t.start();
-    ASSERT_TRUE(t.wait(kGenerousMs));
-    EXPECT_EQ(name, "CZeThread");
-}
-
 TEST(CZeThreadNames, ObjectNameBecomesTheSystemName)
 {
     std::string name;
@@ -275,28 +238,6 @@ TEST(CZeThreadNames, ObjectNameBecomesTheSystemName)
     t.start();
     ASSERT_TRUE(t.wait(kGenerousMs));
     EXPECT_EQ(name, "CZeThread");
-}
-
-TEST(CZeThreadStatics, CurrentThreadAndCounts)
-{
-    CZeThread* seen = nullptr;
-    pthread_t seenId{};
-    FunctionThread t([&](FunctionThread*) {
-        seen = CZeThread::currentThread();
-        seenId = CZeThread::currentThreadId();
-    });
-    t.start();
-    ASSERT_TRUE(t.wait(kGenerousMs));
-    EXPECT_EQ(seen, &t);
-    EXPECT_FALSE(pthread_equal(seenId, pthread_self()));
-    // The thread object belongs to the thread that created it.
-    EXPECT_EQ(t.thread(), CZeThread::currentThread());
-
-    const long online = sysconf(_SC_NPROCESSORS_ONLN);
-    EXPECT_EQ(CZeThread::idealThreadCount(), online < 1 ? 1 : online);
-    CZeThread::sleep(0);
-    CZeThread::msleep(-3);
-    CZeThread::usleep(1);
 }
 
 TEST(CZeThreadAdoption, MainThreadIsAdoptedAtLoad)

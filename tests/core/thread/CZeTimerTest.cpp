@@ -32,18 +32,6 @@ TEST(CZeTimerIdAllocator, IdsStartAtOneAndReleasedIdsComeBackFirst)
     EXPECT_EQ(a.allocateTimerId(), 5);
 }
 
-TEST(CZeTimerIdAllocator, CountsUpAcrossBlocks)
-{
-    CZeTimerIdAllocator a;
-    for (int expected = 1; expected <= 5000; ++expected)
-        ASSERT_EQ(a.allocateTimerId(), expected);
-    a.releaseTimerId(4500);
-    a.releaseTimerId(70);
-    EXPECT_EQ(a.allocateTimerId(), 70);
-    EXPECT_EQ(a.allocateTimerId(), 4500);
-    EXPECT_EQ(a.allocateTimerId(), 5001);
-}
-
 TEST(CZeTimerIdAllocator, ConcurrentUseNeverHandsOutAnIdTwice)
 {
     CZeTimerIdAllocator a;
@@ -79,12 +67,6 @@ TEST(CZeTimerIdAllocator, ConcurrentUseNeverHandsOutAnIdTwice)
         t.join();
     EXPECT_EQ(duplicates.load(), 0);
     EXPECT_EQ(outOfRange.load(), 0);
-}
-
-TEST(CZeTimerIdAllocator, ProcessInstanceExists)
-{
-    EXPECT_NE(CZeTimerIdAllocator::instance(), nullptr);
-    EXPECT_EQ(CZeTimerIdAllocator::instance(), CZeTimerIdAllocator::instance());
 }
 
 CZeTimerInfo* info(int id, int interval, int64_t timeout, CZeObject* object)
@@ -170,24 +152,6 @@ TEST(CZeTimerInfoList, HandlerMayUnregisterTimers)
     EXPECT_TRUE(list.unregisterTimers(&p)); // nothing of p left, list not empty
     EXPECT_TRUE(list.unregisterTimers(&other));
     EXPECT_FALSE(list.unregisterTimers(&other));
-}
-
-TEST(CZeTimerInfoList, TimerWaitSkipsTimersBeingFired)
-{
-    Probe p;
-    CZeTimerInfoList list;
-    int64_t ms = -1;
-    EXPECT_FALSE(list.timerWait(ms));
-    const int64_t now = list.updateCurrentTime();
-    list.timerInsert(info(1, 10, now - 20, &p));
-    list.timerInsert(info(2, 10, now + 100000, &p));
-    ASSERT_TRUE(list.timerWait(ms));
-    EXPECT_EQ(ms, 0);
-    CZeTimerInfo* local = list.timers.front();
-    list.timers.front()->activateRef = &local; // as while its event is delivered
-    ASSERT_TRUE(list.timerWait(ms));
-    EXPECT_GT(ms, 1000);
-    list.timers.front()->activateRef = nullptr;
 }
 
 TEST(CZeObjectTimers, FireInOrderInTheEventLoop)
