@@ -59,27 +59,6 @@ TEST(CZeFileInfo, FilesFoldersAndMissingPaths)
     EXPECT_EQ(later.size(), 2);
 }
 
-TEST(CZeFileInfo, LinksAreFollowedExceptForIsSymLink)
-{
-    TemporaryDirectory dir;
-    ASSERT_TRUE(writeFileText(dir.file("target"), "abc"));
-    ASSERT_EQ(::symlink("target", dir.file("link").c_str()), 0);
-    ASSERT_EQ(::symlink("missing", dir.file("dangling").c_str()), 0);
-    MessageCapture capture;
-
-    const CZeFileInfo link(name(dir.file("link")));
-    EXPECT_TRUE(link.isSymLink());
-    EXPECT_TRUE(link.exists());
-    EXPECT_TRUE(link.isFile());
-    EXPECT_EQ(link.size(), 3);
-    EXPECT_EQ(text(link.fileId()), text(CZeFileInfo(name(dir.file("target"))).fileId()));
-
-    const CZeFileInfo dangling(name(dir.file("dangling")));
-    EXPECT_TRUE(dangling.isSymLink());
-    EXPECT_FALSE(dangling.exists());
-    EXPECT_EQ(capture.count(), 0u);
-}
-
 TEST(CZeFileInfo, StatFailuresOtherThanMissingAreReported)
 {
     TemporaryDirectory dir;

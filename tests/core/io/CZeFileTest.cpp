@@ -190,26 +190,6 @@ TEST(CZeFile, SeekFlushAndUnmapWithoutAStream)
     EXPECT_EQ(capture.count(), 0u);
 }
 
-TEST(CZeFile, TextModeLinesAndPositions)
-{
-    TemporaryDirectory dir;
-    ASSERT_TRUE(writeFileText(dir.file("f"), "x\r\nsecond\r\r\nend"));
-    CZeFile file(name(dir.file("f")));
-    ASSERT_TRUE(file.open(CZeIODevice::ReadOnly | CZeIODevice::Text));
-    char buf[32];
-    EXPECT_EQ(file.readLine(buf, sizeof buf), 2);
-    EXPECT_STREQ(buf, "x\n");
-    EXPECT_EQ(file.pos(), 3);
-    // Only the line's own CR LF is joined; other carriage returns stay in a line.
-    EXPECT_EQ(text(file.readLine()), "second\r\n");
-    EXPECT_EQ(file.pos(), 12);
-    EXPECT_EQ(text(file.read(10)), "end");
-    EXPECT_EQ(file.readLine(buf, sizeof buf), 0);
-
-    ASSERT_TRUE(file.seek(0));
-    EXPECT_EQ(text(file.readAll()), "x\nsecond\nend");
-}
-
 TEST(CZeFile, Maps)
 {
     TemporaryDirectory dir;
@@ -246,22 +226,6 @@ TEST(CZeFile, Maps)
     EXPECT_TRUE(file.unmap(beyond));
     file.close();
     EXPECT_EQ(readFileText(dir.file("f")), data);
-}
-
-TEST(CZeFile, ResizeAndPermissions)
-{
-    TemporaryDirectory dir;
-    ASSERT_TRUE(writeFileText(dir.file("f"), "0123456789"));
-    CZeFile file(name(dir.file("f")));
-    ASSERT_TRUE(file.open(CZeIODevice::ReadWrite));
-    ASSERT_TRUE(file.seek(8));
-    EXPECT_TRUE(file.resize(4));
-    EXPECT_EQ(file.pos(), 4);
-    EXPECT_EQ(file.size(), 4);
-    EXPECT_TRUE(file.setPermissions(0640));
-    EXPECT_EQ(file.permissions(), 0640u);
-    file.close();
-    EXPECT_EQ(readFileText(dir.file("f")), "0123");
 }
 
 TEST(CZeFile, Remove)

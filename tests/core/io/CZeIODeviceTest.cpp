@@ -111,26 +111,6 @@ TEST(CZeIODevice, TextModeDropsCarriageReturns)
     EXPECT_EQ(capture.count(), 0u);
 }
 
-TEST(CZeIODevice, TextModeLinesEndInLineFeed)
-{
-    for (bool own : {false, true}) {
-        MemoryDevice dev("x\r\nyz\r\n");
-        dev.ownLineReader = own;
-        dev.open(CZeIODevice::ReadOnly | CZeIODevice::Text);
-        char buf[16];
-        EXPECT_EQ(dev.readLine(buf, sizeof buf), 2) << own;
-        EXPECT_STREQ(buf, "x\n");
-        EXPECT_EQ(dev.pos(), 3);
-        EXPECT_EQ(text(dev.readLine()), "yz\n");
-
-        MemoryDevice raw("x\r\n");
-        raw.ownLineReader = own;
-        raw.open(CZeIODevice::ReadOnly);
-        EXPECT_EQ(raw.readLine(buf, sizeof buf), 3);
-        EXPECT_STREQ(buf, "x\r\n");
-    }
-}
-
 TEST(CZeIODevice, ReadLineLimitsAndLongLines)
 {
     const std::string longLine(40000, 'q');

@@ -261,22 +261,6 @@ TEST(CZeSaveFile, CloseIsAnErrorAndChangesNothing)
     EXPECT_EQ(readFileText(dir.file("out")), "ab");
 }
 
-TEST(CZeSaveFile, ATemplateEndingInSixXIsUsedAsItIs)
-{
-    TemporaryDirectory dir;
-    const std::string target = "reportXXXXXX";
-    CZeSaveFile file(name(dir.file(target)));
-    ASSERT_TRUE(file.open(CZeIODevice::WriteOnly));
-    const std::vector<std::string> entries = dir.entries();
-    ASSERT_EQ(entries.size(), 1u);
-    EXPECT_EQ(entries[0].size(), target.size());
-    EXPECT_EQ(entries[0].compare(0, 6, "report"), 0);
-    EXPECT_TRUE(allLetters(entries[0].substr(6)));
-    file.write("r");
-    ASSERT_TRUE(file.commit());
-    EXPECT_EQ(dir.entries(), std::vector<std::string>{target});
-}
-
 // A write that the system refuses (here: beyond the file-size limit, which
 // binds root too) makes the save fail as a whole.
 TEST(CZeSaveFile, AFailedWriteDiscardsTheSave)

@@ -141,20 +141,6 @@ TEST(DebugLogStream, SuppressedAndInactiveLoggersStayQuiet)
     EXPECT_EQ(capture.count(), 0u);
 }
 
-TEST(DebugLogStream, PrefixOnlyWithAFileName)
-{
-    MessageCapture capture;
-    Log(Log::ZeWarningMsg, "file.cpp", 12, "run", false) << "with " << 1;
-    bare(Log::ZeWarningMsg) << "without";
-    Log(Log::ZeWarningMsg, nullptr, 12, "run", false) << "no file";
-    const auto m = capture.messages();
-    ASSERT_EQ(m.size(), 3u);
-    EXPECT_EQ(m[0].text, "file.cpp(12), run: with 1");
-    EXPECT_EQ(m[0].priority, 5);
-    EXPECT_EQ(m[1].text, "without");
-    EXPECT_EQ(m[2].text, "no file");
-}
-
 TEST(DebugLogStream, EntriesAreGatedByLevel)
 {
     MessageCapture capture;

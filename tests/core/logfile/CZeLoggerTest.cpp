@@ -87,29 +87,6 @@ TEST_F(CZeLoggerTest, LinesCarryTheirStampInQueueOrder)
               std::vector<std::string>{"corvidsdklog(2031-01-10).log"});
 }
 
-TEST_F(CZeLoggerTest, EmptyMessagesQueueNothingAndStartNoFile)
-{
-    TemporaryDirectory dir;
-    const time_t when = localTime(2031, 1, 11, 9, 0, 0);
-    startDay(dir.path(), when);
-    const ZeLoggerCounters before = ZeLoggerCountersNow();
-
-    CZeLogger::WriteMessage("");
-    CZeLogger::WriteMessage(static_cast<const char*>(nullptr));
-    CZeLogger::WriteMessage(CZeString());
-    CZeLogger::WriteMessage(CZeString::fromUtf8(""));
-    CZeLogger::WriteMessage(CZeByteArray());
-    CZeLogger::WriteMessage(CZeByteArray(""));
-    CZeLogger::SetLogDirPath(nullptr); // keeps the folder
-    const ZeLoggerCounters after = ZeLoggerCountersNow();
-    EXPECT_EQ(after.linesQueued, before.linesQueued);
-    EXPECT_EQ(after.filesOpened, before.filesOpened);
-    EXPECT_EQ(fileSizeOf(logFileOf(dir.path(), when)), -1);
-
-    CZeLogger::WriteMessage("the only line");
-    EXPECT_EQ(waitForLines(logFileOf(dir.path(), when), 1), "[2031-01-11 09:00:00] the only line\n");
-}
-
 TEST_F(CZeLoggerTest, TheDebugLogHandsOverMessagesToSave)
 {
     TemporaryDirectory dir;

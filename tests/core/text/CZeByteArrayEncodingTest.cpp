@@ -55,21 +55,4 @@ TEST(CZeByteArrayEncoding, DoubleText)
     EXPECT_EQ(&a.setNum(1.0), &a);
 }
 
-TEST(CZeByteArrayEncoding, ToDouble)
-{
-    bool ok = false;
-    EXPECT_EQ(CZeByteArray(" \t12.5\n").toDouble(&ok), 12.5);
-    EXPECT_TRUE(ok);
-    // Raw data is not terminated: only its own bytes count.
-    const char text[] = "12.5e3";
-    EXPECT_EQ(CZeByteArray::fromRawData(text, 4).toDouble(&ok), 12.5);
-    EXPECT_TRUE(ok);
-    EXPECT_EQ(CZeByteArray("12.5 x").toDouble(&ok), 0.0);
-    EXPECT_FALSE(ok);
-    EXPECT_EQ(CZeByteArray().toDouble(&ok), 0.0);
-    EXPECT_FALSE(ok);
-    EXPECT_EQ(CZeByteArray("1e400").toDouble(&ok), 0.0);
-    EXPECT_FALSE(ok);
-}
-
 } // namespace

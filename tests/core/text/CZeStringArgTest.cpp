@@ -103,35 +103,6 @@ TEST(CZeStringParse, RangesAndNarrowing)
     }
 }
 
-TEST(CZeStringParse, Doubles)
-{
-    bool ok = false;
-    EXPECT_EQ(L1("  2.5 ").toDouble(&ok), 2.5);
-    EXPECT_TRUE(ok);
-    EXPECT_EQ(L1("-1e3").toDouble(&ok), -1000.0);
-    EXPECT_EQ(L1("0x1p4").toDouble(&ok), 16.0);
-    EXPECT_TRUE(ok);
-    EXPECT_TRUE(std::isinf(L1("inf").toDouble(&ok)));
-    EXPECT_TRUE(ok);
-    const double tiny = L1("1e-310").toDouble(&ok); // subnormal: kept
-    EXPECT_TRUE(ok);
-    EXPECT_GT(tiny, 0.0);
-    EXPECT_LT(tiny, DBL_MIN);
-
-    for (const char* bad : { "", "abc", "2.5x", "1e999", "-1e999", ".", "2,5" }) {
-        ok = true;
-        EXPECT_EQ(L1(bad).toDouble(&ok), 0.0) << bad;
-        EXPECT_FALSE(ok) << bad;
-    }
-
-    EXPECT_EQ(L1("1.5").toFloat(&ok), 1.5f);
-    EXPECT_TRUE(ok);
-    EXPECT_EQ(L1("1e39").toFloat(&ok), 0.0f);
-    EXPECT_FALSE(ok);
-    EXPECT_TRUE(std::isinf(L1("-inf").toFloat(&ok)));
-    EXPECT_TRUE(ok);
-}
-
 // ---- Integer text ------------------------------------------------------------
 
 TEST(CZeStringNumberText, BasesAndTwosComplement)
@@ -206,18 +177,6 @@ TEST(CZeStringArg, Integers)
     EXPECT_EQ(latin(L1("%1").arg(ULLONG_MAX)), "18446744073709551615");
     EXPECT_EQ(latin(L1("%1").arg(LLONG_MIN)), "-9223372036854775808");
     EXPECT_EQ(latin(L1("%1(%2).log").arg(L1("2024-05-01")).arg(3)), "2024-05-01(3).log");
-}
-
-TEST(CZeStringArg, Doubles)
-{
-    EXPECT_EQ(latin(L1("%1").arg(2.5)), "2.5");
-    EXPECT_EQ(latin(L1("%1").arg(1.0 / 3.0, 0, 'f', 2)), "0.33");
-    EXPECT_EQ(latin(L1("%1").arg(-5.5, 6, 'g', -1, CZeChar('0'))), "-005.5");
-    EXPECT_EQ(latin(L1("%1").arg(5.5, 6, 'g', -1, CZeChar('0'))), "0005.5");
-    EXPECT_EQ(latin(L1("%1").arg(1234.5, 0, 'e', 2)), "1.23e+03");
-    // A format character that printf would read as something else acts as 'g'.
-    EXPECT_EQ(latin(L1("%1").arg(2.5, 0, 's', -1)), "2.5");
-    EXPECT_EQ(latin(L1("%1").arg(2.5, 0, 'n', -1)), "2.5");
 }
 
 TEST(CZeStringArg, MissingPlaceholderWarnings)

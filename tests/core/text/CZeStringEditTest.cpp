@@ -51,19 +51,6 @@ TEST(CZeStringSplit, EmptyPartsKeptOrSkipped)
     EXPECT_FALSE(CZeString().split(CZeChar(','))[0].isNull());
 }
 
-TEST(CZeStringSplit, SeparatorsOfEveryKind)
-{
-    EXPECT_EQ(texts(L1("a--b---c").split(L1("--"))), (Texts { "a", "b", "-c" }));
-    EXPECT_EQ(texts(L1("1x2X3").split(CZeChar('x'), CZeString::KeepEmptyParts, CI)),
-        (Texts { "1", "2", "3" }));
-    EXPECT_EQ(texts(L1("1andX2ANDx3").split(L1("AND"), CZeString::KeepEmptyParts, CI)),
-        (Texts { "1", "X2", "x3" }));
-    // An empty separator splits between all units, with an empty part at each end.
-    EXPECT_EQ(texts(L1("abc").split(CZeString())), (Texts { "", "a", "b", "c", "" }));
-    EXPECT_EQ(texts(L1("abc").split(L1(""), Skip)), (Texts { "a", "b", "c" }));
-    EXPECT_EQ(texts(L1("").split(L1(""))), (Texts { "", "" }));
-}
-
 TEST(CZeStringSplit, AgreesWithAPlainSplit)
 {
     std::mt19937 rng(9);
@@ -170,24 +157,6 @@ TEST(CZeStringSubstrings, LeftRightMid)
 
 // ---- Replace and remove --------------------------------------------------------------------
 
-TEST(CZeStringReplace, ByPosition)
-{
-    CZeString s = L1("hello world");
-    EXPECT_EQ(latin(s.replace(0, 5, L1("goodbye"))), "goodbye world");
-    EXPECT_EQ(latin(s.replace(8, 100, CZeChar('W'))), "goodbye W");
-    EXPECT_EQ(latin(s.replace(9, 0, L1("!"))), "goodbye W!"); // at the end: insert
-    EXPECT_EQ(latin(s.replace(0, -3, L1(">"))), ">goodbye W!");
-    EXPECT_EQ(latin(s.replace(12, 1, L1("x"))), ">goodbye W!"); // past the end: nothing
-    EXPECT_EQ(latin(s.replace(-1, 1, L1("x"))), ">goodbye W!");
-    EXPECT_EQ(latin(s.replace(1, 7, s.unicode() + 9, 2)), ">W! W!"); // own units
-    const CZeString before = s;
-    s.replace(0, 1, CZeChar('<'));
-    EXPECT_EQ(latin(before), ">W! W!"); // the copy kept its text
-    EXPECT_EQ(latin(s), "<W! W!");
-    s.replace(0, 2, static_cast<const CZeChar*>(nullptr), 5);
-    EXPECT_EQ(latin(s), "! W!");
-}
-
 TEST(CZeStringReplace, ByContent)
 {
     CZeString s = L1("a-b-c");
@@ -281,18 +250,6 @@ TEST(CZeStringReplace, Remove)
 }
 
 // ---- Repetition, white space, case ----------------------------------------------------------
-
-TEST(CZeStringEdit, Repeated)
-{
-    EXPECT_EQ(latin(L1("ab").repeated(3)), "ababab");
-    EXPECT_EQ(latin(L1("ab").repeated(7)), "ababababababab");
-    const CZeString ab = L1("ab");
-    EXPECT_TRUE(ab.repeated(1).isSharedWith(ab));
-    EXPECT_TRUE(ab.repeated(0).isEmpty());
-    EXPECT_FALSE(ab.repeated(-1).isNull());
-    EXPECT_TRUE(CZeString().repeated(5).isNull());
-    EXPECT_TRUE(ab.repeated(INT_MAX).isNull()); // too large
-}
 
 TEST(CZeStringEdit, TrimmedAndSimplified)
 {

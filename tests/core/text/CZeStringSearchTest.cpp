@@ -82,34 +82,6 @@ TEST(CZeStringCompare, SurrogatePairsCompareByCodePoint)
     EXPECT_EQ(U16(u"A\U0001F600").compare(U16(u"a\U0001F600"), CI), 0);
 }
 
-TEST(CZeStringCompare, Latin1AndUtf8Operands)
-{
-    const CZeString s = U16(u"caf\u00e9");
-    EXPECT_EQ(s.compare(CZeLatin1String("caf\xe9")), 0);
-    EXPECT_EQ(s.compare(CZeLatin1String("CAF\xe9"), CI), 0);
-    EXPECT_EQ(s.compare(CZeLatin1String("CAF\xc9"), CI), 0x20);
-    EXPECT_EQ(s.compare(CZeLatin1String("caf\xe9!", -1)), -1); // up to the 0 byte
-    EXPECT_EQ(s.compare(CZeLatin1String("caf", 3)), 1);
-
-    EXPECT_EQ(CZeString::compare_helper(s.unicode(), s.size(), "caf\xc3\xa9", -1), 0);
-    EXPECT_EQ(CZeString::compare_helper(s.unicode(), s.size(), "CAF\xc3\xa9", 5, CI), 0);
-    EXPECT_LT(CZeString::compare_helper(s.unicode(), s.size(), "caf\xff", -1), 0); // U+FFFD
-    EXPECT_EQ(
-        CZeString::compare_helper(s.unicode(), s.size(), static_cast<const char*>(nullptr), 0, CI),
-        -1);
-    EXPECT_EQ(
-        CZeString::compare_helper(s.unicode(), s.size(), static_cast<const char*>(nullptr), 0, CS),
-        4);
-
-    EXPECT_TRUE(L1("abc") == CZeLatin1String("abc"));
-    EXPECT_TRUE(CZeLatin1String("abc") == L1("abc"));
-    EXPECT_TRUE(L1("abc") != CZeLatin1String("abd"));
-    EXPECT_TRUE(L1("abc") < CZeLatin1String("abd"));
-    EXPECT_TRUE(CZeLatin1String("abd") > L1("abc"));
-    EXPECT_FALSE(L1("abc") > CZeLatin1String("abc"));
-    EXPECT_TRUE(L1("a") < L1("b"));
-}
-
 // ---- Search ----------------------------------------------------------------------
 
 // Plain reference search over UTF-16 with the same ASCII folding.
@@ -149,28 +121,6 @@ TEST(CZeStringSearch, IndexOf)
     EXPECT_EQ(CZeString().indexOf(L1("a")), -1);
     // Only ASCII folds.
     EXPECT_EQ(U16(u"\u00e9").indexOf(U16(u"\u00c9"), 0, CI), -1);
-}
-
-TEST(CZeStringSearch, LastIndexOf)
-{
-    const CZeString s = L1("abcABCabc");
-    EXPECT_EQ(s.lastIndexOf(L1("bc")), 7);
-    EXPECT_EQ(s.lastIndexOf(L1("bc"), 6), 1);
-    EXPECT_EQ(s.lastIndexOf(L1("BC"), 6, CI), 4);
-    EXPECT_EQ(s.lastIndexOf(L1("bc"), -3), 1); // -3 is index 6
-    EXPECT_EQ(s.lastIndexOf(L1("bc"), 100), 7);
-    EXPECT_EQ(s.lastIndexOf(L1("bc"), -100), -1);
-    EXPECT_EQ(s.lastIndexOf(L1("ab"), 0), 0);
-    EXPECT_EQ(s.lastIndexOf(CZeLatin1String("A")), 3);
-    EXPECT_EQ(s.lastIndexOf(CZeLatin1String("A"), -1, CI), 6);
-    EXPECT_EQ(s.lastIndexOf(CZeChar('c')), 8);
-    EXPECT_EQ(s.lastIndexOf(CZeChar('c'), 7), 2);
-    EXPECT_EQ(s.lastIndexOf(CZeChar('C'), 7, CI), 5);
-    const CZeString needle = L1("-ab-");
-    EXPECT_EQ(s.lastIndexOf(needle.midRef(1, 2)), 6);
-    // An empty needle: the position `from` itself (-1 is the last unit).
-    EXPECT_EQ(s.lastIndexOf(L1("")), 8);
-    EXPECT_EQ(s.lastIndexOf(L1(""), 100), 9);
 }
 
 TEST(CZeStringSearch, CountStartsEnds)

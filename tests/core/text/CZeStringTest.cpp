@@ -82,33 +82,6 @@ TEST(CZeString, ResizeNeverGivesMemoryBack)
     EXPECT_EQ(u16(filled), u"a");
 }
 
-TEST(CZeString, TruncateChopFill)
-{
-    CZeString s = U16(u"abcdef");
-    s.truncate(10);
-    EXPECT_EQ(u16(s), u"abcdef");
-    s.truncate(4);
-    EXPECT_EQ(u16(s), u"abcd");
-    s.chop(0);
-    s.chop(-3);
-    EXPECT_EQ(u16(s), u"abcd");
-    s.chop(1);
-    EXPECT_EQ(u16(s), u"abc");
-    s.chop(10);
-    EXPECT_TRUE(s.isEmpty());
-    EXPECT_FALSE(s.isNull());
-    s.truncate(-1);
-    EXPECT_TRUE(s.isEmpty());
-
-    CZeString f = U16(u"xyz");
-    CZeString copy = f;
-    f.fill(CZeChar(u'.'));
-    EXPECT_EQ(u16(f), u"...");
-    f.fill(CZeChar(u'#'), 5);
-    EXPECT_EQ(u16(f), u"#####");
-    EXPECT_EQ(u16(copy), u"xyz");
-}
-
 TEST(CZeString, AppendSharesOnlyIntoNull)
 {
     const CZeString other = U16(u"tail");
@@ -232,27 +205,6 @@ TEST(CZeString, OutOfRangeAccessIsHarmless)
     s[3] = CZeChar(u'x');
     s[-2] = CZeChar(u'y');
     EXPECT_EQ(u16(s), u"abc");
-}
-
-TEST(CZeString, Numbers)
-{
-    EXPECT_EQ(latin(CZeString::number(2.5)), "2.5");
-    EXPECT_EQ(latin(CZeString::number(1.0 / 3.0)), "0.333333");
-    EXPECT_EQ(latin(CZeString::number(123456789.0)), "1.23457e+08");
-    EXPECT_EQ(latin(CZeString::number(0.5, 'f', 3)), "0.500");
-    EXPECT_EQ(latin(CZeString::number(1234.5, 'e', -1)), "1.234500e+03");
-    EXPECT_EQ(latin(CZeString::number(-255)), "-255");
-    EXPECT_EQ(latin(CZeString::number(255, 16)), "ff");
-    EXPECT_EQ(latin(CZeString::number(-1, 16)), "ffffffffffffffff");
-    EXPECT_EQ(latin(CZeString::number(LLONG_MIN)), "-9223372036854775808");
-    EXPECT_EQ(latin(CZeString::number(ULONG_MAX)), "18446744073709551615");
-    EXPECT_EQ(latin(CZeString::number(35u, 36)), "z");
-    EXPECT_EQ(latin(CZeString::number(5, 2)), "101");
-    EXPECT_EQ(latin(CZeString::number(0)), "0");
-    EXPECT_EQ(latin(CZeString::number(42, 99)), "42"); // a bad base acts as 10
-    CZeString s;
-    EXPECT_EQ(latin(s.setNum(-7)), "-7");
-    EXPECT_EQ(latin(s.setNum(0.25, 'g', 6)), "0.25");
 }
 
 // Random edits on several copies of one string, mirrored on std::u16string.

@@ -40,22 +40,6 @@ TEST(CZeObjectEvents, PostedEventsAreDeliveredInOrderAndDeleted)
     EXPECT_TRUE(CZeThreadData::current(false)->postedEvents.empty());
 }
 
-TEST(CZeObjectEvents, EventsPostedDuringAFlushWaitForTheNext)
-{
-    Probe p;
-    int rounds = 0;
-    p.onCustom = [&](Probe* self, CZeEvent*) {
-        if (++rounds < 3)
-            CZeObject::postEvent(self, new CZeEvent(kTypeA));
-    };
-    CZeObject::postEvent(&p, new CZeEvent(kTypeA));
-    CZeObject::sendPostedEvents();
-    EXPECT_EQ(rounds, 1);
-    CZeObject::sendPostedEvents();
-    CZeObject::sendPostedEvents();
-    EXPECT_EQ(rounds, 3);
-}
-
 TEST(CZeObjectEvents, RemovedEventsAreDeletedUndelivered)
 {
     int destroyed = 0;
@@ -134,49 +118,6 @@ TEST(CZeObjectEvents, RepostKeepsTheEventQueuedOnceAndStopsTheFlush)
     EXPECT_EQ(p.d()->postedEvents, 0);
 }
 
-TEST(CZeObjectEvents, FlushForAnObjectOfAnotherThreadIsRefused)
-{
-    MessageCapture capture;
-    Gate created, release;
-    Probe* remote = nullptr;
-    FunctionThread t([&](FunctionThread*) {
-        Probe p;
-        remote = &p;
-        created.open();
-        release.waitOpen();
-    });
-    t.start();
-    ASSERT_TRUE(created.waitOpen());
-    CZeObject::sendPostedEvents(remote);
-    release.open();
-    ASSERT_TRUE(t.wait(kGenerousMs));
-    EXPECT_EQ(countMessages(capture,
-                            "CZeObject::sendPostedEvents: Cannot send posted events for objects "
-                            "in another thread",
-                            kWarning),
-              1u);
-}
-
-TEST(CZeObjectDeferredDelete, SecondDeferredDeleteIsDroppedAtOnce)
-{
-    int destroyed = 0;
-    bool deleted = false;
-    Probe* p = new Probe;
-    p->onDestroyed = [&] { deleted = true; };
-    CZeObject::postEvent(p, new CountedEvent<CZeDeferredDeleteEvent>(&destroyed));
-    CZeObject::postEvent(p, new CountedEvent<CZeDeferredDeleteEvent>(&destroyed));
-    EXPECT_EQ(destroyed, 1); // the second one
-    EXPECT_EQ(p->d()->postedEvents, 1);
-
-    // Posted at level 0 outside any delivery: a general flush at level 0
-    // keeps it, a flush asking for deferred deletes runs it.
-    CZeObject::sendPostedEvents();
-    EXPECT_FALSE(deleted);
-    CZeObject::sendPostedEvents(nullptr, CZeEvent::DeferredDelete);
-    EXPECT_TRUE(deleted);
-    EXPECT_EQ(destroyed, 2);
-}
-
 TEST(CZeObjectDeferredDelete, PostedInsideAHandlerRunsAfterItsLevelIsLeft)
 {
     bool deleted = false, aliveAfterNestedFlush = false;
@@ -194,22 +135,6 @@ TEST(CZeObjectDeferredDelete, PostedInsideAHandlerRunsAfterItsLevelIsLeft)
     EXPECT_FALSE(deleted); // posted during this flush: left for the next one
     CZeObject::sendPostedEvents();
     EXPECT_TRUE(deleted);
-}
-
-TEST(CZeObjectDeferredDelete, PostedAtLevelZeroRunsInsideADelivery)
-{
-    bool deleted = false, deletedInside = false;
-    Probe host;
-    Probe* victim = new Probe;
-    victim->onDestroyed = [&] { deleted = true; };
-    victim->deleteLater();
-    host.onCustom = [&](Probe*, CZeEvent*) {
-        CZeObject::sendPostedEvents();
-        deletedInside = deleted;
-    };
-    CZeEvent e(kTypeA);
-    CZeObject::notify(&host, &e);
-    EXPECT_TRUE(deletedInside);
 }
 
 TEST(CZeObjectDeferredDelete, FromAnotherThreadIsStampedLevelZero)
@@ -249,24 +174,6 @@ TEST(CZeObjectMove, OnlyTheObjectsThreadMayMoveIt)
                   "(%p).\nCannot move to target thread (%p)\n",
                   static_cast<void*>(foreignThread), static_cast<void*>(main), nullptr);
     EXPECT_EQ(countMessages(capture, expected, kWarning), 1u);
-}
-
-TEST(CZeObjectMove, ToNoThreadAndBack)
-{
-    int destroyed = 0;
-    Probe p;
-    CZeObject::postEvent(&p, new CountedEvent<>(&destroyed, kTypeA));
-    p.moveToThread(nullptr);
-    EXPECT_EQ(p.thread(), nullptr);
-    EXPECT_EQ(p.d()->postedEvents, 1);
-    CZeObject::sendPostedEvents(); // the event went with the object
-    EXPECT_TRUE(p.customTypes.empty());
-    // An object in no thread may be pulled into the calling thread.
-    p.moveToThread(CZeThread::currentThread());
-    EXPECT_EQ(p.thread(), CZeThread::currentThread());
-    CZeObject::sendPostedEvents();
-    EXPECT_EQ(p.customTypes, std::vector<int>{kTypeA});
-    EXPECT_EQ(destroyed, 1);
 }
 
 TEST(CZeObjectMove, StopsTimersAndCarriesPostedEvents)

@@ -22,16 +22,6 @@
 
 namespace {
 
-TEST(CZeRwLock, NullGuardsDoNothing)
-{
-    MessageCapture capture;
-    {
-        CZeReadGuard reading(nullptr);
-        CZeWriteGuard writing(nullptr);
-    }
-    EXPECT_EQ(capture.count(), 0u);
-}
-
 TEST(CZeRwLock, ReadersShareTheLock)
 {
     CZeRwLock lock;

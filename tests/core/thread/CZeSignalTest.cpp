@@ -59,22 +59,6 @@ std::vector<std::unique_ptr<FunctionThread>> waiters(int n, CZeSignal& signal,
     return threads;
 }
 
-TEST(CZeSignal, OneWaiterWakes)
-{
-    for (unsigned long timeout :
-        { CZeSignal::Infinite, CZeSignal::Infinite - 1, static_cast<unsigned long>(kGenerousMs) }) {
-        CZeSignal signal(false, false);
-        PassCounter counter;
-        std::atomic<int> refused { 0 };
-        auto threads = waiters(1, signal, timeout, counter, refused);
-        signal.set();
-        EXPECT_TRUE(counter.waitFor(1)) << timeout;
-        ASSERT_TRUE(threads[0]->wait(kGenerousMs));
-        EXPECT_EQ(refused.load(), 0);
-        EXPECT_FALSE(signal.wait(0)); // automatic reset: taken by the waiter
-    }
-}
-
 TEST(CZeSignal, ManualResetReleasesEveryWaiter)
 {
     for (unsigned long timeout : { CZeSignal::Infinite, static_cast<unsigned long>(kGenerousMs) }) {

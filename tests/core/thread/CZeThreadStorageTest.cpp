@@ -33,22 +33,6 @@ std::vector<std::string> takeDestroyed()
     return out;
 }
 
-TEST(CZeThreadStorage, IdsOfDestroyedStoragesAreReused)
-{
-    auto a = std::make_unique<CZeThreadStorage>(destroyTagged);
-    auto b = std::make_unique<CZeThreadStorage>(destroyTagged);
-    ASSERT_GE(a->id(), 0);
-    EXPECT_GT(b->id(), a->id());
-    const int freed = a->id();
-    a.reset();
-    CZeThreadStorage c(destroyTagged);
-    EXPECT_EQ(c.id(), freed);
-    // A storage without a destructor function still keeps its id.
-    CZeThreadStorage d(nullptr);
-    EXPECT_NE(d.id(), c.id());
-    EXPECT_NE(d.id(), b->id());
-}
-
 TEST(CZeThreadStorage, GetBeforeSetIsNullAndCoversTheId)
 {
     CZeThreadStorage s(destroyTagged);

@@ -18,16 +18,6 @@
 
 namespace {
 
-std::string threadComm()
-{
-    std::ostringstream path;
-    path << "/proc/self/task/" << static_cast<long>(syscall(SYS_gettid)) << "/comm";
-    std::ifstream in(path.str());
-    std::string name;
-    std::getline(in, name);
-    return name;
-}
-
 TEST(CZeThreadWait, NeverStartedThreadIsDoneAtOnce)
 {
     FunctionThread t([](FunctionThread*) {});
@@ -86,22 +76,6 @@ TEST(CZeThreadWait, SeveralWaitersAndImmediateDestruction)
     }
 }
 
-TEST(CZeThreadStart, StartWhileRunningChangesNothing)
-{
-    Gate release;
-    std::atomic<int> runs{0};
-    FunctionThread t([&](FunctionThread*) {
-        ++runs;
-        release.waitOpen();
-    });
-    t.start(CZeThread::NormalPriority);
-    t.start(CZeThread::HighestPriority);
-    EXPECT_EQ(t.priority(), CZeThread::NormalPriority);
-    release.open();
-    ASSERT_TRUE(t.wait(kGenerousMs));
-    EXPECT_EQ(runs.load(), 1);
-}
-
 TEST(CZeThreadStart, FinishedThreadStartsAgain)
 {
     std::atomic<int> runs{0};
@@ -152,30 +126,6 @@ TEST(CZeThreadStart, StackSize)
     ASSERT_TRUE(u.wait(kGenerousMs));
 }
 
-TEST(CZeThreadExec, ExitBeforeExecReturnsAtOnce)
-{
-    int first = 0, second = 0, codeAfterEarlyExit = 0, codeAfterLoop = 0;
-    size_t deliveredBeforeLoop = 99;
-    FunctionThread t([&](FunctionThread* self) {
-        Probe probe;
-        probe.onCustom = [self](Probe*, CZeEvent*) { self->exit(7); };
-        CZeObject::postEvent(&probe, new CZeEvent(CZeEvent::User));
-        self->exit(5);
-        first = self->exec(); // returns without running the loop
-        deliveredBeforeLoop = probe.customTypes.size();
-        codeAfterEarlyExit = self->returnCode();
-        second = self->exec(); // the loop delivers the event, which exits with 7
-        codeAfterLoop = self->returnCode();
-    });
-    t.start();
-    ASSERT_TRUE(t.wait(kGenerousMs));
-    EXPECT_EQ(first, 5);
-    EXPECT_EQ(deliveredBeforeLoop, 0u);
-    EXPECT_EQ(codeAfterEarlyExit, 5);
-    EXPECT_EQ(second, 7);
-    EXPECT_EQ(codeAfterLoop, -1);
-}
-
 TEST(CZeThreadExec, QuitFromAnotherThreadEndsTheLoop)
 {
     Gate inLoop;
@@ -216,28 +166,6 @@ TEST(CZeThreadExec, SecondExecOnOneThreadIsRefused)
                   "CZeThreadData::exec: instance %p has already called exec()",
                   static_cast<void*>(data));
     EXPECT_EQ(countMessages(capture, expected, kWarning), 1u);
-}
-
-TEST(CZeThreadNames, ObjectNameBecomesTheSystemName)
-{
-    std::string name;
-    FunctionThread t([&](FunctionThread*) { name = threadComm(); });
-    t.setObjectName(CZeString::fromUtf8("lut-worker"));
-    t.start();
-    ASSERT_TRUE(t.wait(kGenerousMs));
-    EXPECT_EQ(name, "lut-worker");
-
-    // Local 8-bit is UTF-8; the system keeps the first 15 bytes.
-    t.setObjectName(CZeString::fromUtf8("caf\xc3\xa9-render-thread-0"));
-    t.start();
-    ASSERT_TRUE(t.wait(kGenerousMs));
-    EXPECT_EQ(name, "caf\xc3\xa9-render-th");
-
-    // Naming a finished thread and starting it again renames the new system thread.
-    t.setObjectName(CZeString());
-    t.start();
-    ASSERT_TRUE(t.wait(kGenerousMs));
-    EXPECT_EQ(name, "CZeThread");
 }
 
 TEST(CZeThreadAdoption, MainThreadIsAdoptedAtLoad)
