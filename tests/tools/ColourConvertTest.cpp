@@ -67,35 +67,6 @@ TEST(ColourConvert, Nv21SwapsTheChromaBytes)
     EXPECT_EQ(back12, back21);
 }
 
-// Blocks of one colour lose nothing to subsampling, so what comes back differs
-// from the input only by the 8-bit rounding of Y, U and V.
-TEST(ColourConvert, RoundTripOfFlatBlocksIsClose)
-{
-    std::mt19937 rng(9);
-    for (ColourMatrix m : { ColourMatrix::Bt601, ColourMatrix::Bt709 })
-        for (ColourRange range : { ColourRange::Video, ColourRange::Full }) {
-            const uint32_t w = 64, h = 64;
-            std::vector<uint8_t> rgb(w * h * 3);
-            for (uint32_t by = 0; by < h / 2; ++by)
-                for (uint32_t bx = 0; bx < w / 2; ++bx) {
-                    const uint8_t c[3] = { static_cast<uint8_t>(rng()), static_cast<uint8_t>(rng()),
-                        static_cast<uint8_t>(rng()) };
-                    for (uint32_t y = 2 * by; y < 2 * by + 2; ++y)
-                        for (uint32_t x = 2 * bx; x < 2 * bx + 2; ++x)
-                            for (int k = 0; k < 3; ++k)
-                                rgb[(y * w + x) * 3 + k] = c[k];
-                }
-            YuvFrame f(w, h);
-            rgbToYuv(rgb.data(), 3, w * 3, m, range, false, f);
-            std::vector<uint8_t> back(rgb.size());
-            yuvToRgb(f, m, range, false, back.data(), 3, w * 3);
-            int worst = 0;
-            for (size_t i = 0; i < rgb.size(); ++i)
-                worst = std::max(worst, std::abs(rgb[i] - back[i]));
-            EXPECT_LE(worst, range == ColourRange::Video ? 4 : 3);
-        }
-}
-
 TEST(ColourConvert, OddEdgesAverageOnlyRealPixelsAndAlphaIsKept)
 {
     // 3x3 RGBA: the right column and bottom row form blocks of their own.

@@ -13,45 +13,9 @@
 
 namespace {
 
-uint32_t u32(const std::vector<uint8_t>& b, size_t at)
-{
-    return b[at] | b[at + 1] << 8 | b[at + 2] << 16 | static_cast<uint32_t>(b[at + 3]) << 24;
-}
-
-float f32(const std::vector<uint8_t>& b, size_t at)
-{
-    const uint32_t bits = u32(b, at);
-    float f;
-    std::memcpy(&f, &bits, 4);
-    return f;
-}
-
 std::string asString(const std::vector<uint8_t>& b)
 {
     return std::string(b.begin(), b.end());
-}
-
-TEST(LutFile, WritesTheHeaderLevelsAndEntries)
-{
-    LutTable t;
-    t.n = 3;
-    t.levels = { 0.0f, 0.25f, 1.0f };
-    for (uint32_t i = 0; i < 81; ++i)
-        t.entries.push_back(static_cast<uint8_t>(i * 3));
-    const std::vector<uint8_t> b = encodeLutFile(t);
-    ASSERT_EQ(b.size(), 48u + 12 + 81);
-    EXPECT_EQ(std::memcmp(b.data(), "\x2E\x4B\x44\x2D\x4C\x55\x54\x20", 8), 0);
-    EXPECT_EQ(u32(b, 8), 1u); // version
-    EXPECT_EQ(u32(b, 12), 3u); // N
-    EXPECT_EQ(u32(b, 16), 0u); // 8-bit entries
-    EXPECT_NE(u32(b, 20), 0u); // three-dimensional
-    EXPECT_EQ(u32(b, 24) | u32(b, 28) | u32(b, 40) | u32(b, 44), 0u); // reserved
-    EXPECT_EQ(u32(b, 32), 48u);
-    EXPECT_EQ(u32(b, 36), 0u);
-    EXPECT_EQ(f32(b, 48), 0.0f);
-    EXPECT_EQ(f32(b, 52), 0.25f);
-    EXPECT_EQ(f32(b, 56), 1.0f);
-    EXPECT_EQ(std::vector<uint8_t>(b.begin() + 60, b.end()), t.entries);
 }
 
 TEST(LutFile, IdentityHoldsEachCellsOwnInput)
@@ -120,20 +84,6 @@ TEST(LutFile, NamesTheRuleABadFileBreaks)
     EXPECT_EQ(lutFileProblem(with(20, 0)), "one-dimensional table");
     EXPECT_EQ(lutFileProblem(with(16, 3)), "the entries run past the end of the file");
     EXPECT_EQ(lutFileProblem(with(16, 3) + std::string(72, '\0')), "entries are not 8-bit");
-}
-
-TEST(LutFile, UniformLevelsAsTheLibraryJudgesThem)
-{
-    std::vector<float> levels = unitLevels(33);
-    EXPECT_TRUE(levelsUniform(levels));
-    levels[0] = 0.0019f; // within 1/512 of 0
-    EXPECT_TRUE(levelsUniform(levels));
-    levels[0] = 0.0f;
-    levels[16] += 0.01f; // one inner level moved
-    EXPECT_FALSE(levelsUniform(levels));
-    EXPECT_FALSE(levelsUniform({ 0.0f, 0.45f, 0.9f })); // stops short of 1
-    EXPECT_FALSE(levelsUniform({ 0.5f })); // one level is never uniform
-    EXPECT_TRUE(levelsUniform({ 0.0f, 1.0f }));
 }
 
 // A file written by the tool renders exactly as the same entries built into a
