@@ -7,7 +7,8 @@
  *   Lut3DEffect* effect = ZecLut3DCreateEffect(0);          // one worker per CPU
  *   Lut3DFrame src = { y, uv, NULL, yStride, uvStride };
  *   if (!ZecLut3DRenderEffect(effect, table, &src, &src,    // in place
- *                             0, 1, 0, width, height, 0))   // NV12, BT.709, video
+ *                             ZEC_LUT3D_FORMAT_NV12, ZEC_LUT3D_MATRIX_BT709,
+ *                             ZEC_LUT3D_RANGE_VIDEO, width, height, 0))
  *       handle_refusal();
  *   ZecLut3DDestroyEffect(effect);
  *   ZecLut3DDestroyTable(table);
@@ -19,6 +20,7 @@
 #ifndef ZELUT3D_H
 #define ZELUT3D_H
 
+#include <stddef.h>
 #include <stdint.h>
 
 #include "ZeGlobal.h"
@@ -26,6 +28,30 @@
 #ifdef __cplusplus
 extern "C" {
 #endif
+
+/* Pixel formats (the pixelFormat argument). */
+enum {
+    ZEC_LUT3D_FORMAT_NV12 = 0, /* chroma pairs U, V */
+    ZEC_LUT3D_FORMAT_NV21 = 1  /* chroma pairs V, U */
+};
+
+/* Colour matrices (the colourMatrix argument): 0 is BT.601, any other value
+ * BT.709. Android's MediaFormat.COLOR_STANDARD_BT601_PAL and _NTSC (2 and 4)
+ * are BT.601 here only when passed as ZEC_LUT3D_MATRIX_BT601. */
+enum {
+    ZEC_LUT3D_MATRIX_BT601 = 0,
+    ZEC_LUT3D_MATRIX_BT709 = 1
+};
+
+/* Ranges (the range argument). 0 is video (limited) range: luma 16 to 235.
+ * Any non-zero value selects the full-range coefficients, but only exactly 1
+ * also drops the luma offset of 16; 2 or any other value keeps it. So pass
+ * ZEC_LUT3D_RANGE_VIDEO for limited range, never Android's
+ * MediaFormat.COLOR_RANGE_LIMITED (2), which would shift every level. */
+enum {
+    ZEC_LUT3D_RANGE_VIDEO = 0,
+    ZEC_LUT3D_RANGE_FULL = 1
+};
 
 typedef struct Lut3DTable Lut3DTable;
 typedef struct Lut3DEffect Lut3DEffect;
@@ -43,6 +69,12 @@ typedef struct Lut3DFrame {
 /* Loads a table from a LUT file (path in UTF-8). Returns NULL when the file
  * cannot be read, is malformed, is not three-dimensional or not 8-bit. */
 ZE_EXPORT Lut3DTable* ZecLut3DLoadTableFromFile(const char* path);
+
+/* Loads a table from size bytes of a LUT file in memory (an app's asset, a
+ * download): the same checks, messages and table as loading the file, but
+ * for the open failure. data is read during the call only; NULL or fewer
+ * than 8 bytes give NULL without a message, like a file that short. */
+ZE_EXPORT Lut3DTable* ZecLut3DLoadTableFromMemory(const void* data, size_t size);
 
 /* Frees a table. NULL is ignored. No render may be using it. */
 ZE_EXPORT void ZecLut3DDestroyTable(Lut3DTable* table);

@@ -83,6 +83,11 @@ const Lut3DAllocator kAllocator = {Lut3DAlignedAlloc, Lut3DAlignedFree};
 
 Lut3DFileData::Lut3DFileData(const CZeString& filePath) : path(filePath)
 {
+    load();
+}
+
+void Lut3DFileData::load()
+{
     FileSource file(path);
     if (!file.isOpen()) {
         ZE_LOGGER.error() << "Failed to open lut file " << path;

@@ -44,6 +44,7 @@ struct Lut3DFileData {
     uint8_t* entries = nullptr;    // 64-byte aligned raw entries, or null
 
 private:
+    void load();                        // from the file at `path`
     void load(Lut3DByteSource& source);
 };
 

@@ -95,10 +95,14 @@ int32_t ZecLut3DRenderEffect(Lut3DEffect* effect, Lut3DTable* table, Lut3DFrame*
                        height, reserved);
 }
 
-Lut3DTable* ZecLut3DLoadTableFromFile(const char* path)
+namespace {
+
+// The steps after parsing, shared by files and memory: only a loaded,
+// three-dimensional, 8-bit table is built; the file data then belongs to it.
+// Refusals are reported as coming from `entry`, the C function called.
+Lut3DTable* tableFrom(Lut3DFileData* file, const char* entry)
 {
-    // A null path becomes a null name, which then fails to open.
-    Lut3DFileData* file = Lut3DFileDataCreate(CZeString::fromUtf8(path));
+    const CZeMessageLogger log(ZE_LOG_FILE, __LINE__, entry);
     if (!file)
         return nullptr;
     if (!file->loaded()) {
@@ -106,12 +110,12 @@ Lut3DTable* ZecLut3DLoadTableFromFile(const char* path)
         return nullptr;
     }
     if (!file->threeDimensional) {
-        ZE_LOGGER.error("We only support 3D LUT file!");
+        log.error("We only support 3D LUT file!");
         Lut3DFileDataDestroy(file);
         return nullptr;
     }
     if (file->entryType != 0) {
-        ZE_LOGGER.error("We only support uint8 LUT file!");
+        log.error("We only support uint8 LUT file!");
         Lut3DFileDataDestroy(file);
         return nullptr;
     }
@@ -124,6 +128,19 @@ Lut3DTable* ZecLut3DLoadTableFromFile(const char* path)
     }
     table->fileData = file;
     return table;
+}
+
+} // namespace
+
+Lut3DTable* ZecLut3DLoadTableFromFile(const char* path)
+{
+    // A null path becomes a null name, which then fails to open.
+    return tableFrom(Lut3DFileDataCreate(CZeString::fromUtf8(path)), __func__);
+}
+
+Lut3DTable* ZecLut3DLoadTableFromMemory(const void* data, size_t size)
+{
+    return tableFrom(Lut3DFileDataCreateFromMemory(data, size), __func__);
 }
 
 void ZecLut3DDestroyTable(Lut3DTable* table)

@@ -25,9 +25,20 @@
 
 namespace {
 
+bool sameTable(const Lut3DTable* a, const Lut3DTable* b);
+
+// The file loaded by its path, after checking that its bytes loaded from
+// memory give the same result and, when there is one, the same table.
 TablePtr load(const std::string& path)
 {
-    return TablePtr(ZecLut3DLoadTableFromFile(path.c_str()));
+    const std::vector<uint8_t> bytes = readFileBytes(path);
+    const TablePtr fromMemory(ZecLut3DLoadTableFromMemory(bytes.data(), bytes.size()));
+    TablePtr fromFile(ZecLut3DLoadTableFromFile(path.c_str()));
+    EXPECT_EQ(fromMemory == nullptr, fromFile == nullptr) << path;
+    if (fromMemory && fromFile) {
+        EXPECT_TRUE(sameTable(fromFile.get(), fromMemory.get())) << path;
+    }
+    return fromFile;
 }
 
 // The texts of the captured messages with their "file(line), function: "
@@ -115,13 +126,18 @@ TEST(Lut3DLoader, EveryRefusalHasItsMessageOrNone)
     for (const FailureCase& c : cases) {
         const std::string path = dir.file("broken.lut");
         ASSERT_TRUE(writeFileBytes(path, c.file));
-        capture.clear();
-        EXPECT_EQ(ZecLut3DLoadTableFromFile(path.c_str()), nullptr) << c.name;
-        const std::vector<std::string> texts = errorTexts(capture);
-        if (c.message)
-            EXPECT_EQ(texts, std::vector<std::string>{c.message}) << c.name;
-        else
-            EXPECT_TRUE(texts.empty()) << c.name << ": " << (texts.empty() ? "" : texts[0]);
+        for (bool memory : {false, true}) {
+            capture.clear();
+            EXPECT_EQ(memory ? ZecLut3DLoadTableFromMemory(c.file.data(), c.file.size())
+                             : ZecLut3DLoadTableFromFile(path.c_str()),
+                      nullptr)
+                << c.name;
+            const std::vector<std::string> texts = errorTexts(capture);
+            if (c.message)
+                EXPECT_EQ(texts, std::vector<std::string>{c.message}) << c.name << memory;
+            else
+                EXPECT_TRUE(texts.empty()) << c.name << ": " << (texts.empty() ? "" : texts[0]);
+        }
     }
 }
 
@@ -171,8 +187,9 @@ TEST(Lut3DLoader, ExactSizeLoadsAndOneByteLessFails)
 
         ASSERT_TRUE(valid(n).write(path, 1));
         capture.clear();
-        EXPECT_FALSE(load(path)) << n;
-        EXPECT_EQ(errorTexts(capture), std::vector<std::string>{"Failed to read lut data!"});
+        EXPECT_FALSE(load(path)) << n; // from memory, then from the file
+        EXPECT_EQ(errorTexts(capture),
+                  std::vector<std::string>(2, "Failed to read lut data!"));
         capture.clear();
     }
     // Bytes after the entries are not read.
@@ -206,6 +223,22 @@ TEST(Lut3DLoader, SixtyFiveLevelsIsTheLargestTable)
 
 // What the loader keeps: header fields, levels and entries as read, and the
 // same derived tables as the builder makes from the same data.
+bool sameTable(const Lut3DTable* a, const Lut3DTable* b)
+{
+    const uint32_t n = static_cast<uint32_t>(a->rowStride / 4 - 1);
+    bool same = a->uniform == b->uniform && a->rowStride == b->rowStride &&
+                a->planeStride == b->planeStride &&
+                std::memcmp(a->indexTable, b->indexTable, 512) == 0;
+    // Only the cells the entries fill: padding is never written.
+    for (uint32_t r = 0; r < n; ++r)
+        for (uint32_t g = 0; g < n; ++g)
+            for (uint32_t c = 0; c < n; ++c) {
+                const uint64_t at = r * a->planeStride + g * a->rowStride + c * 4;
+                same = same && std::memcmp(a->grid + at, b->grid + at, 3) == 0;
+            }
+    return same;
+}
+
 void expectSameAsBuilt(const Lut3DTable* loaded, const std::vector<float>& levels,
                        const std::vector<uint8_t>& entries)
 {
