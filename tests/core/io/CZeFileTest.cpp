@@ -327,4 +327,19 @@ TEST(CZeFile, RenameAcrossFileSystemsCopies)
     EXPECT_EQ(st.st_mode & 07777, 0604u);
 }
 
+TEST(CZeFile, ResizeAndPermissions)
+{
+    TemporaryDirectory dir;
+    ASSERT_TRUE(writeFileText(dir.file("f"), "0123456789"));
+    CZeFile file(name(dir.file("f")));
+    ASSERT_TRUE(file.open(CZeIODevice::ReadWrite));
+    ASSERT_TRUE(file.seek(8));
+    EXPECT_TRUE(file.resize(4));
+    EXPECT_EQ(file.pos(), 4);
+    EXPECT_TRUE(file.setPermissions(0640));
+    EXPECT_EQ(file.permissions(), 0640u);
+    file.close();
+    EXPECT_EQ(readFileText(dir.file("f")), "0123");
+}
+
 } // namespace

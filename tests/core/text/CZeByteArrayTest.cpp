@@ -312,4 +312,25 @@ TEST(CZeByteArray, RandomEditsKeepCopiesIndependent)
     checkCopiesStayIndependent<Bytes>();
 }
 
+TEST(CZeByteArray, PrependAndAppendShareOrCopy)
+{
+    const CZeByteArray other("xy");
+    CZeByteArray null;
+    null.prepend(other);
+    EXPECT_TRUE(null.isSharedWith(other));
+    CZeByteArray empty("");
+    empty.append(other);
+    EXPECT_TRUE(empty.isSharedWith(other));
+    empty.append("!"); // the shared block is never written
+    EXPECT_EQ(text(other), "xy");
+    CZeByteArray a("cd");
+    a.prepend("ab");
+    a.prepend(a.constData() + 2); // a part of itself
+    EXPECT_EQ(text(a), "cdabcd");
+    CZeByteArray target;
+    target.append(CZeByteArray::fromRawData("external", 8)); // copied, to be terminated
+    EXPECT_EQ(text(target), "external");
+    expectTerminated(target);
+}
+
 } // namespace

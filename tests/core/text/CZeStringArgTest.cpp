@@ -207,4 +207,22 @@ TEST(CZeStringArg, MissingPlaceholderWarnings)
     EXPECT_EQ(capture.count(), 0u);
 }
 
+TEST(CZeStringParse, DoublesAndTheirArguments)
+{
+    bool ok = false;
+    EXPECT_EQ(L1("0x1p4").toDouble(&ok), 16.0);
+    EXPECT_TRUE(ok);
+    EXPECT_GT(L1("1e-310").toDouble(&ok), 0.0); // subnormal: kept
+    for (const char* bad : {"", "2.5x", "1e999", "2,5"}) {
+        ok = true;
+        EXPECT_EQ(L1(bad).toDouble(&ok), 0.0) << bad;
+        EXPECT_FALSE(ok) << bad;
+    }
+    EXPECT_EQ(L1("1e39").toFloat(&ok), 0.0f);
+    EXPECT_FALSE(ok);
+    EXPECT_EQ(latin(L1("%1").arg(-5.5, 6, 'g', -1, CZeChar('0'))), "-005.5");
+    EXPECT_EQ(latin(L1("%1").arg(1234.5, 0, 'e', 2)), "1.23e+03");
+    EXPECT_EQ(latin(L1("%1").arg(2.5, 0, 's', -1)), "2.5"); // an odd format acts as 'g'
+}
+
 } // namespace

@@ -298,4 +298,26 @@ TEST(CZeStringEdit, CaseMapping)
     EXPECT_EQ(latin(mapped), "own");
 }
 
+TEST(CZeStringEdit, JustifyReplaceAndRepeat)
+{
+    const CZeString abc = L1("abc");
+    EXPECT_EQ(latin(abc.leftJustified(5, CZeChar('.'))), "abc..");
+    EXPECT_EQ(latin(abc.rightJustified(5, CZeChar('.'))), "..abc");
+    EXPECT_EQ(latin(abc.rightJustified(2, CZeChar('.'), true)), "ab");
+    const char16_t withZero[] = {u'a', u'b', 0, u'c'};
+    const CZeString z(reinterpret_cast<const CZeChar*>(withZero), 4);
+    EXPECT_EQ(u16(z.leftJustified(-1, CZeChar('.'), true)), u"ab"); // up to the first 0 unit
+
+    CZeString s = L1("hello world");
+    EXPECT_EQ(latin(s.replace(0, 5, L1("goodbye"))), "goodbye world");
+    EXPECT_EQ(latin(s.replace(8, 100, CZeChar('W'))), "goodbye W");
+    EXPECT_EQ(latin(s.replace(1, 6, s.unicode() + 8, 1)), "gW W"); // its own units
+    EXPECT_EQ(latin(s.replace(12, 1, L1("x"))), "gW W");           // past the end: nothing
+
+    EXPECT_EQ(latin(abc.repeated(3)), "abcabcabc");
+    EXPECT_TRUE(abc.repeated(INT_MAX).isNull()); // too large
+    EXPECT_TRUE(L1("plain Latin-1 \xe9").isSimpleText());
+    EXPECT_FALSE(U16(u"a\u0627").isSimpleText()); // Arabic
+}
+
 } // namespace

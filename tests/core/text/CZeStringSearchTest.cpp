@@ -196,4 +196,24 @@ TEST(CZeStringSearch, AgreesWithAPlainSearch)
     }
 }
 
+TEST(CZeStringSearch, LastIndexOfAndOtherOperands)
+{
+    const CZeString s = L1("abcABCabc");
+    EXPECT_EQ(s.lastIndexOf(L1("bc")), 7);
+    EXPECT_EQ(s.lastIndexOf(L1("BC"), 6, Ze::CaseInsensitive), 4);
+    EXPECT_EQ(s.lastIndexOf(L1("bc"), -3), 1); // -3 is index 6
+    EXPECT_EQ(s.lastIndexOf(CZeLatin1String("A"), -1, Ze::CaseInsensitive), 6);
+    EXPECT_EQ(s.lastIndexOf(CZeChar('C'), 7, Ze::CaseInsensitive), 5);
+    EXPECT_EQ(s.lastIndexOf(L1("-ab-").midRef(1, 2)), 6);
+    EXPECT_EQ(s.lastIndexOf(L1(""), 100), 9);
+
+    const CZeString cafe = U16(u"caf\u00e9");
+    EXPECT_EQ(cafe.compare(CZeLatin1String("CAF\xc9"), Ze::CaseInsensitive), 0x20);
+    EXPECT_EQ(CZeString::compare_helper(cafe.unicode(), cafe.size(), "CAF\xc3\xa9", 5,
+                                        Ze::CaseInsensitive),
+              0);
+    EXPECT_LT(CZeString::compare_helper(cafe.unicode(), cafe.size(), "caf\xff", -1), 0);
+    EXPECT_TRUE(L1("abc") < CZeLatin1String("abd") && CZeLatin1String("abd") > L1("abc"));
+}
+
 } // namespace

@@ -229,4 +229,35 @@ TEST(CZeString, RandomEditsKeepCopiesIndependent)
     checkCopiesStayIndependent<Units>();
 }
 
+// In-place edits and number text, one case of each path.
+TEST(CZeString, EditsInPlaceAndNumbers)
+{
+    CZeString s = U16(u"abcdef");
+    const CZeString copy = s;
+    s.truncate(4);
+    s.chop(1);
+    EXPECT_EQ(u16(s), u"abc");
+    s.chop(10);
+    EXPECT_TRUE(s.isEmpty() && !s.isNull());
+    s.fill(CZeChar(u'#'), 3);
+    EXPECT_EQ(u16(s), u"###");
+    s.setUnicode(reinterpret_cast<const CZeChar*>(u"bye"), 3);
+    EXPECT_EQ(u16(s), u"bye");
+    s.setUnicode(s.unicode() + 1, 2); // its own units
+    EXPECT_EQ(u16(s), u"ye");
+    EXPECT_EQ(u16(copy), u"abcdef");
+    s.reserve(50);
+    EXPECT_GE(s.capacity(), 50);
+    s.squeeze();
+    EXPECT_EQ(s.capacity(), 2);
+
+    EXPECT_EQ(latin(CZeString::number(1.0 / 3.0)), "0.333333");
+    EXPECT_EQ(latin(CZeString::number(123456789.0)), "1.23457e+08");
+    EXPECT_EQ(latin(CZeString::number(0.5, 'f', 3)), "0.500");
+    EXPECT_EQ(latin(CZeString::number(-1, 16)), "ffffffffffffffff");
+    EXPECT_EQ(latin(CZeString::number(ULONG_MAX)), "18446744073709551615");
+    EXPECT_EQ(latin(CZeString::number(42, 99)), "42"); // a bad base acts as 10
+    EXPECT_EQ(latin(s.setNum(0.25, 'g', 6)), "0.25");
+}
+
 } // namespace
