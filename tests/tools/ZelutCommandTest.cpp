@@ -3,6 +3,15 @@
 #include <gtest/gtest.h>
 
 #include <random>
+#include <thread>
+
+#include <fcntl.h>
+#include <signal.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/sysmacros.h>
+#include <sys/wait.h>
+#include <unistd.h>
 #include <zlib.h>
 
 #include "ColourConvert.h"
@@ -12,6 +21,7 @@
 #include "ToolTestSupport.h"
 #include "ZeLut3D.h"
 #include "support/TestFrames.h"
+#include "support/TestText.h"
 
 namespace {
 
@@ -226,7 +236,8 @@ TEST(ZelutCommand, ApplyRefusesRawFilesOfTheWrongSize)
     writeBytes(dir.path("in.yuv"), std::vector<uint8_t>(96 * 2));
     expectOneErrorLine(runZelut({ "apply", "--lut", dir.path("t.lut"), "--size", "8x8",
                            dir.path("in.yuv"), dir.path("in.yuv") }),
-        1, "zelut apply: IN and OUT are the same file; write to another file");
+        1, "zelut apply: " + dir.path("in.yuv") + ": is the same file as " + dir.path("in.yuv")
+            + "; write to another file");
     EXPECT_EQ(readBytes(dir.path("in.yuv")), std::vector<uint8_t>(96 * 2));
     expectOneErrorLine(runZelut({ "apply", "--lut", dir.path("t.lut"), dir.path("none.png"),
                            dir.path("out.png") }),
@@ -298,6 +309,130 @@ TEST(ZelutCommand, DemoAndBenchRunWithoutInput)
     EXPECT_NE(bench.out.find("  3 frames in "), std::string::npos) << bench.out;
     for (const char* unit : { " ms/frame", " frames/s", " ns/pixel" })
         EXPECT_NE(bench.out.find(unit), std::string::npos) << bench.out;
+}
+
+// Starts zelut with `args` after `limit` (if given) caps the size of files it
+// writes; the caller waits.
+pid_t spawnZelut(const std::vector<std::string>& args, rlim_t limit = RLIM_INFINITY)
+{
+    const pid_t pid = ::fork();
+    if (pid == 0) {
+        const int null = ::open("/dev/null", O_RDWR);
+        ::dup2(null, 0);
+        ::dup2(null, 1);
+        ::dup2(null, 2);
+        const struct rlimit size = {limit, limit};
+        if (limit != RLIM_INFINITY)
+            ::setrlimit(RLIMIT_FSIZE, &size);
+        std::vector<char*> argv{const_cast<char*>(ZELUT_EXECUTABLE)};
+        for (const std::string& a : args)
+            argv.push_back(const_cast<char*>(a.c_str()));
+        argv.push_back(nullptr);
+        ::execv(ZELUT_EXECUTABLE, argv.data());
+        ::_exit(127);
+    }
+    return pid;
+}
+
+std::vector<std::string> leftovers(const TempDir& dir)
+{
+    std::vector<std::string> found;
+    for (const std::string& n : namesIn(dir.path()))
+        if (n.find(".zelut-") != std::string::npos)
+            found.push_back(n);
+    return found;
+}
+
+// Outputs of every kind: the input itself (directly or through a link) is
+// refused and kept; a link is followed and stays a link; a pipe and a
+// character device are written straight through; a replaced file keeps its
+// permissions. No temporary is left behind in any case.
+TEST(ZelutCommand, OutputsNeverCostAFile)
+{
+    TempDir dir;
+    const std::string lut = dir.path("t.lut"), in = dir.path("in.yuv");
+    writeBytes(lut, randomTableFile(5, 3));
+    std::vector<uint8_t> frames(96 * 3);
+    std::mt19937 rng(4);
+    for (uint8_t& b : frames)
+        b = static_cast<uint8_t>(rng());
+    writeBytes(in, frames);
+    auto apply = [&](const std::string& out) {
+        return runZelut({"apply", "--lut", lut, "--size", "8x8", in, out});
+    };
+    ASSERT_EQ(apply(dir.path("plain.yuv")).status, 0);
+    const std::vector<uint8_t> rendered = readBytes(dir.path("plain.yuv"));
+    ASSERT_EQ(rendered.size(), frames.size());
+
+    ASSERT_EQ(::symlink(in.c_str(), dir.path("to-input").c_str()), 0);
+    for (const std::string& out : {in, dir.path("to-input"), lut})
+        EXPECT_EQ(apply(out).status, 1) << out;
+    writeText(dir.path("same.cube"), identityCubeText(2));
+    EXPECT_EQ(runZelut({"convert", dir.path("same.cube"), dir.path("same.cube")}).status, 1);
+    EXPECT_EQ(readBytes(in), frames);
+    EXPECT_EQ(readBytes(dir.path("same.cube")).size(), identityCubeText(2).size());
+
+    writeBytes(dir.path("real.yuv"), {1, 2, 3});
+    ::chmod(dir.path("real.yuv").c_str(), 0600);
+    ASSERT_EQ(::symlink("real.yuv", dir.path("link.yuv").c_str()), 0);
+    EXPECT_EQ(apply(dir.path("link.yuv")).status, 0);
+    EXPECT_TRUE(S_ISLNK(statOf(dir.path("link.yuv")).st_mode));
+    EXPECT_EQ(readBytes(dir.path("real.yuv")), rendered);
+    EXPECT_EQ(statOf(dir.path("real.yuv")).st_mode & 07777, 0600u);
+
+    ASSERT_EQ(::mkfifo(dir.path("pipe").c_str(), 0600), 0);
+    std::vector<uint8_t> piped;
+    std::thread reader([&] { piped = readBytes(dir.path("pipe")); });
+    EXPECT_EQ(apply(dir.path("pipe")).status, 0);
+    // A reader still waiting for a writer (the pipe was never opened) is let
+    // go with nothing.
+    const int unblock = ::open(dir.path("pipe").c_str(), O_WRONLY | O_NONBLOCK);
+    if (unblock >= 0)
+        ::close(unblock);
+    reader.join();
+    EXPECT_EQ(piped, rendered);
+    EXPECT_TRUE(S_ISFIFO(statOf(dir.path("pipe")).st_mode));
+
+    // A device of our own (the system's null device's numbers), root only.
+    if (::mknod(dir.path("null").c_str(), S_IFCHR | 0666, makedev(1, 3)) == 0) {
+        EXPECT_EQ(apply(dir.path("null")).status, 0);
+        EXPECT_TRUE(S_ISCHR(statOf(dir.path("null")).st_mode));
+    }
+    EXPECT_EQ(leftovers(dir), std::vector<std::string>{});
+}
+
+// A run stopped by a signal or by the file-size limit removes its
+// temporary, leaves no output and ends with the signal's status.
+TEST(ZelutCommand, SignalsLeaveNoTemporaryBehind)
+{
+    TempDir dir;
+    const std::string lut = dir.path("t.lut"), in = dir.path("in.yuv");
+    writeBytes(lut, encodeLutFile(identityTable(2)));
+    // 600 frames of 1280x720 without a byte on disk (the file is sparse).
+    const int fd = ::open(in.c_str(), O_WRONLY | O_CREAT, 0600);
+    ASSERT_EQ(::ftruncate(fd, off_t(1382400) * 600), 0);
+    ::close(fd);
+    const std::vector<std::string> args = {"apply", "--lut", lut, "--size", "1280x720", in,
+                                           dir.path("out.yuv")};
+    struct Case {
+        int signal;
+        rlim_t limit;
+    };
+    for (const Case c : {Case{SIGTERM, RLIM_INFINITY}, Case{SIGINT, RLIM_INFINITY},
+                         Case{SIGXFSZ, 4000000}}) {
+        const pid_t pid = spawnZelut(args, c.limit);
+        if (c.limit == RLIM_INFINITY) {
+            // Signalled once it has its temporary and is writing.
+            for (int i = 0; i < 20000 && leftovers(dir).empty(); ++i)
+                ::usleep(500);
+            ::kill(pid, c.signal);
+        }
+        int status = 0;
+        ASSERT_EQ(::waitpid(pid, &status, 0), pid);
+        EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == c.signal) << c.signal << " " << status;
+        EXPECT_EQ(leftovers(dir), std::vector<std::string>{}) << c.signal;
+        EXPECT_FALSE(fileExists(dir.path("out.yuv"))) << c.signal;
+    }
 }
 
 } // namespace

@@ -86,12 +86,9 @@ void applyRaw(const std::string& lut, const RenderSettings& settings, const std:
     if (!input)
         fail(systemError(in));
     std::unique_ptr<std::FILE, int (*)(std::FILE*)> closer(input, std::fclose);
-    struct stat inStat, outStat;
+    struct stat inStat;
     if (::fstat(::fileno(input), &inStat) != 0)
         fail(systemError(in));
-    if (::stat(out.c_str(), &outStat) == 0 && outStat.st_dev == inStat.st_dev
-        && outStat.st_ino == inStat.st_ino)
-        fail("IN and OUT are the same file; write to another file");
     const uint64_t frameBytes = YuvFrame::bytesFor(width, height);
     const uint64_t size = static_cast<uint64_t>(inStat.st_size);
     const std::string sizeText = std::to_string(width) + "x" + std::to_string(height);
@@ -159,6 +156,9 @@ int runApply(const Args& args)
             usageError("raw frames need --size WxH");
         parseSize(a.value("--size"), width, height);
     }
+    std::string error;
+    if (!outputIsNotAnInput(out, {in, a.value("--lut")}, error))
+        fail(error);
     if (png)
         applyPng(a.value("--lut"), settings, in, out);
     else

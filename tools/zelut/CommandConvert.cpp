@@ -51,6 +51,8 @@ int runConvert(const Args& args)
         from = cube.title.empty() ? in : in + " \"" + cube.title + "\"";
     }
     const std::string& out = a.positional.back();
+    if (!a.has("--identity") && !outputIsNotAnInput(out, {a.positional[0]}, error))
+        fail(error);
     const std::vector<uint8_t> bytes = encodeLutFile(lut);
     if (!writeFileReplacing(out, bytes.data(), bytes.size(), error))
         fail(error);

@@ -1,6 +1,8 @@
 #include "ToolFiles.h"
 
 #include <cerrno>
+#include <csignal>
+#include <fcntl.h>
 #include <cstdlib>
 #include <cstring>
 #include <sys/stat.h>
@@ -51,6 +53,94 @@ bool writeFileReplacing(const std::string& path, const void* data, size_t size, 
     return file.open(error) && file.write(data, size, error) && file.commit(error);
 }
 
+namespace {
+
+// The temporary being written, for the signal handler: a fixed buffer, as
+// only async-signal-safe calls may touch it there.
+char g_pendingTemporary[4096];
+volatile sig_atomic_t g_hasPending = 0;
+
+void removePendingAndReraise(int signal)
+{
+    if (g_hasPending)
+        ::unlink(g_pendingTemporary);
+    std::signal(signal, SIG_DFL);
+    std::raise(signal);
+}
+
+void setPending(const std::string& path)
+{
+    static bool handlersInstalled = false;
+    if (!handlersInstalled) {
+        for (int s : {SIGINT, SIGTERM, SIGHUP, SIGXFSZ})
+            std::signal(s, removePendingAndReraise);
+        handlersInstalled = true;
+    }
+    g_hasPending = 0;
+    if (path.size() < sizeof g_pendingTemporary) {
+        std::memcpy(g_pendingTemporary, path.c_str(), path.size() + 1);
+        g_hasPending = 1;
+    }
+}
+
+void clearPending()
+{
+    g_hasPending = 0;
+}
+
+// The file a chain of symbolic links ends at (the path itself when it is no
+// link); relative link targets count from the link's folder.
+std::string finalPath(const std::string& path)
+{
+    std::string current = path;
+    for (int step = 0; step < 40; ++step) {
+        char target[4096];
+        const ssize_t n = ::readlink(current.c_str(), target, sizeof target - 1);
+        if (n <= 0)
+            return current;
+        const std::string next(target, static_cast<size_t>(n));
+        const size_t slash = current.rfind('/');
+        current = next[0] == '/' || slash == std::string::npos
+                      ? next
+                      : current.substr(0, slash + 1) + next;
+    }
+    return current;
+}
+
+std::string folderOf(const std::string& path)
+{
+    const size_t slash = path.rfind('/');
+    return slash == std::string::npos ? "." : slash == 0 ? "/" : path.substr(0, slash);
+}
+
+void syncFolderOf(const std::string& path)
+{
+    const int folder = ::open(folderOf(path).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (folder >= 0) {
+        ::fsync(folder);
+        ::close(folder);
+    }
+}
+
+} // namespace
+
+bool outputIsNotAnInput(const std::string& output, const std::vector<std::string>& inputs,
+                        std::string& error)
+{
+    struct stat out;
+    if (output == "-" || ::stat(output.c_str(), &out) != 0)
+        return true;
+    for (const std::string& in : inputs) {
+        struct stat st;
+        if (in != "-" && ::stat(in.c_str(), &st) == 0 && st.st_dev == out.st_dev &&
+            st.st_ino == out.st_ino) {
+            error = output + ": is the same file as " + in + "; write to another file";
+            return false;
+        }
+    }
+    return true;
+}
+
 ReplacingFile::ReplacingFile(std::string path)
     : m_path(std::move(path))
 {
@@ -58,58 +148,103 @@ ReplacingFile::ReplacingFile(std::string path)
 
 ReplacingFile::~ReplacingFile()
 {
-    if (m_file) {
-        std::fclose(m_file);
+    discard();
+}
+
+void ReplacingFile::discard()
+{
+    if (m_fd >= 0)
+        ::close(m_fd);
+    m_fd = -1;
+    if (!m_temporary.empty()) {
         ::unlink(m_temporary.c_str());
+        clearPending();
+        m_temporary.clear();
     }
 }
 
 bool ReplacingFile::open(std::string& error)
 {
-    m_temporary = m_path + ".zelut-XXXXXX";
-    const int fd = ::mkstemp(&m_temporary[0]);
-    if (fd < 0) {
+    m_target = m_path == "-" ? "/dev/stdout" : finalPath(m_path);
+    struct stat st;
+    const bool exists = ::stat(m_target.c_str(), &st) == 0;
+    if (m_path == "-" || (exists && !S_ISREG(st.st_mode))) {
+        // A device, a pipe or standard output: no file to replace.
+        m_fd = m_path == "-" ? ::dup(STDOUT_FILENO)
+                             : ::open(m_target.c_str(), O_WRONLY | O_NOCTTY | O_CLOEXEC);
+        if (m_fd < 0)
+            error = systemError(m_path);
+        return m_fd >= 0;
+    }
+    m_temporary = m_target + ".zelut-XXXXXX";
+    m_fd = ::mkstemp(&m_temporary[0]);
+    if (m_fd < 0) {
+        m_temporary.clear();
         error = systemError(m_path);
         return false;
     }
-    m_file = ::fdopen(fd, "wb");
-    if (!m_file) {
-        error = systemError(m_path);
-        ::close(fd);
-        ::unlink(m_temporary.c_str());
-        return false;
+    setPending(m_temporary);
+    if (exists) {
+        // The replacement keeps what the file had; a foreign owner can only
+        // be kept by the owner or root, and is otherwise left as it falls.
+        ::fchmod(m_fd, st.st_mode & 07777);
+        if (::fchown(m_fd, st.st_uid, st.st_gid) != 0) {
+        }
+    } else {
+        // mkstemp creates the file for its owner only; a new output gets the
+        // permissions an ordinary new file would get.
+        const mode_t mask = ::umask(0);
+        ::umask(mask);
+        ::fchmod(m_fd, 0666 & ~mask);
     }
-    // mkstemp creates the file for its owner only; give the result the
-    // permissions an ordinary new file would get.
-    const mode_t mask = ::umask(0);
-    ::umask(mask);
-    ::fchmod(fd, 0666 & ~mask);
     return true;
 }
 
 bool ReplacingFile::write(const void* data, size_t size, std::string& error)
 {
-    if (size && std::fwrite(data, 1, size, m_file) != size) {
-        error = systemError(m_path);
-        return false;
+    const char* p = static_cast<const char*>(data);
+    while (size > 0) {
+        const ssize_t n = ::write(m_fd, p, size);
+        if (n < 0 && errno == EINTR)
+            continue;
+        if (n <= 0) {
+            error = systemError(m_path);
+            discard();
+            return false;
+        }
+        p += n;
+        size -= static_cast<size_t>(n);
     }
     return true;
 }
 
 bool ReplacingFile::commit(std::string& error)
 {
-    std::FILE* file = m_file;
-    m_file = nullptr;
-    if (std::fclose(file) != 0) {
+    if (m_temporary.empty()) {
+        const bool closed = ::close(m_fd) == 0;
+        m_fd = -1;
+        if (!closed)
+            error = systemError(m_path);
+        return closed;
+    }
+    // On disk, with the folder entry that will name it, before the rename:
+    // a crash then leaves the old file or the new one, never a hole.
+    if (::fsync(m_fd) != 0 || ::close(m_fd) != 0) {
+        m_fd = -1;
         error = systemError(m_path);
-        ::unlink(m_temporary.c_str());
+        discard();
         return false;
     }
-    if (::rename(m_temporary.c_str(), m_path.c_str()) != 0) {
+    m_fd = -1;
+    syncFolderOf(m_target);
+    if (::rename(m_temporary.c_str(), m_target.c_str()) != 0) {
         error = systemError(m_path);
-        ::unlink(m_temporary.c_str());
+        discard();
         return false;
     }
+    clearPending();
+    m_temporary.clear();
+    syncFolderOf(m_target); // and the rename itself
     return true;
 }
 

@@ -6,9 +6,15 @@
  *   if (!readWholeFile("in.cube", text, error)) ...        // error: "in.cube: No such file..."
  *   if (!writeFileReplacing("out.lut", bytes, error)) ...  // OUT appears complete or not at all
  *
- * Writers go through a temporary file beside the target that is renamed over
- * it only once every byte is on disk, so an interrupted run never leaves a
- * truncated table or image behind.
+ * A regular file (or one that does not exist yet) is written through a
+ * temporary file beside it, flushed to disk with its folder and renamed over
+ * it only once every byte is there, so an interrupted run never leaves a
+ * truncated table or image behind. Symbolic links are followed to the file
+ * they lead to, which is the one replaced (the link stays); a replaced file
+ * keeps its permissions and owner. Anything else - a device, a pipe, standard
+ * output - is written straight through. The temporary is removed on every
+ * failure and on SIGINT, SIGTERM, SIGHUP or a file-size limit (SIGXFSZ),
+ * after which the tool ends with the usual status for the signal.
  */
 #ifndef ZELUT_TOOLFILES_H
 #define ZELUT_TOOLFILES_H
@@ -21,8 +27,9 @@
 bool readWholeFile(const std::string& path, std::string& data, std::string& error);
 bool writeFileReplacing(const std::string& path, const void* data, size_t size, std::string& error);
 
-// A file being written under a temporary name; commit() renames it over the
-// target, destruction without commit() removes it.
+// An output being written: under a temporary name for a regular file (then
+// commit() renames it over the target and destruction without commit()
+// removes it), straight through for anything else.
 class ReplacingFile {
 public:
     explicit ReplacingFile(std::string path);
@@ -35,10 +42,19 @@ public:
     bool commit(std::string& error);
 
 private:
-    std::string m_path;
-    std::string m_temporary;
-    std::FILE* m_file = nullptr;
+    void discard();
+
+    std::string m_path;      // as given, for messages
+    std::string m_target;    // after symbolic links
+    std::string m_temporary; // empty when writing straight through
+    int m_fd = -1;
 };
+
+// False, with a one-line reason, when `output` is the very file (same device
+// and inode, links followed) as one of `inputs`: writing it would destroy
+// the input before it was read.
+bool outputIsNotAnInput(const std::string& output, const std::vector<std::string>& inputs,
+                        std::string& error);
 
 // A temporary file in TMPDIR (or /tmp) holding the given bytes; removed on
 // destruction. path() is empty when it could not be created.
