@@ -176,14 +176,25 @@ bool ReplacingFile::open(std::string& error)
             error = systemError(m_path);
         return m_fd >= 0;
     }
+    // Created and made known to the signal handler with the signals held
+    // back, so that no signal can come between the two.
+    sigset_t held, previous;
+    sigemptyset(&held);
+    for (int signal : {SIGINT, SIGTERM, SIGHUP, SIGXFSZ})
+        sigaddset(&held, signal);
+    sigprocmask(SIG_BLOCK, &held, &previous);
     m_temporary = m_target + ".zelut-XXXXXX";
     m_fd = ::mkstemp(&m_temporary[0]);
+    const int made = errno;
+    if (m_fd >= 0)
+        setPending(m_temporary);
+    sigprocmask(SIG_SETMASK, &previous, nullptr);
     if (m_fd < 0) {
         m_temporary.clear();
+        errno = made;
         error = systemError(m_path);
         return false;
     }
-    setPending(m_temporary);
     if (exists) {
         // The replacement keeps what the file had; a foreign owner can only
         // be kept by the owner or root, and is otherwise left as it falls.
