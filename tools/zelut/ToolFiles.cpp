@@ -5,6 +5,7 @@
 #include <fcntl.h>
 #include <cstdlib>
 #include <cstring>
+#include <random>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -70,12 +71,6 @@ void removePendingAndReraise(int signal)
 
 void setPending(const std::string& path)
 {
-    static bool handlersInstalled = false;
-    if (!handlersInstalled) {
-        for (int s : {SIGINT, SIGTERM, SIGHUP, SIGXFSZ})
-            std::signal(s, removePendingAndReraise);
-        handlersInstalled = true;
-    }
     g_hasPending = 0;
     if (path.size() < sizeof g_pendingTemporary) {
         std::memcpy(g_pendingTemporary, path.c_str(), path.size() + 1);
@@ -123,6 +118,12 @@ void syncFolderOf(const std::string& path)
 }
 
 } // namespace
+
+void removeTemporaryOnSignals()
+{
+    for (int signal : {SIGINT, SIGTERM, SIGHUP, SIGXFSZ})
+        std::signal(signal, removePendingAndReraise);
+}
 
 bool outputIsNotAnInput(const std::string& output, const std::vector<std::string>& inputs,
                         std::string& error)
@@ -176,22 +177,23 @@ bool ReplacingFile::open(std::string& error)
             error = systemError(m_path);
         return m_fd >= 0;
     }
-    // Created and made known to the signal handler with the signals held
-    // back, so that no signal can come between the two.
-    sigset_t held, previous;
-    sigemptyset(&held);
-    for (int signal : {SIGINT, SIGTERM, SIGHUP, SIGXFSZ})
-        sigaddset(&held, signal);
-    sigprocmask(SIG_BLOCK, &held, &previous);
-    m_temporary = m_target + ".zelut-XXXXXX";
-    m_fd = ::mkstemp(&m_temporary[0]);
-    const int made = errno;
-    if (m_fd >= 0)
+    // The name is made known to the signal handler before the file exists,
+    // so that a signal (on any thread) finds it whenever the file is there.
+    static std::mt19937 letters(std::random_device{}() ^ static_cast<unsigned>(::getpid()));
+    const char alphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789";
+    for (int attempt = 0; m_fd < 0 && attempt < 100; ++attempt) {
+        m_temporary = m_target + ".zelut-";
+        for (int i = 0; i < 6; ++i)
+            m_temporary += alphabet[letters() % (sizeof alphabet - 1)];
         setPending(m_temporary);
-    sigprocmask(SIG_SETMASK, &previous, nullptr);
+        m_fd = ::open(m_temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
+        if (m_fd < 0)
+            clearPending();
+        if (m_fd < 0 && errno != EEXIST)
+            break;
+    }
     if (m_fd < 0) {
         m_temporary.clear();
-        errno = made;
         error = systemError(m_path);
         return false;
     }

@@ -50,6 +50,10 @@ private:
     int m_fd = -1;
 };
 
+// Installs the signal handlers that remove a temporary output; called once
+// at start-up, before any thread exists, so that every thread has them.
+void removeTemporaryOnSignals();
+
 // False, with a one-line reason, when `output` is the very file (same device
 // and inode, links followed) as one of `inputs`: writing it would destroy
 // the input before it was read.

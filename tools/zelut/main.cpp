@@ -7,6 +7,7 @@
 
 #include "Commands.h"
 #include "LibraryMessages.h"
+#include "ToolFiles.h"
 #include "ToolCommon.h"
 
 namespace {
@@ -39,6 +40,7 @@ const Command kCommands[] = { { "convert", runConvert }, { "info", runInfo }, { 
 int main(int argc, char** argv)
 {
     captureLibraryMessages();
+    removeTemporaryOnSignals();
     if (argc < 2) {
         std::fputs("zelut: no command given; see 'zelut --help'\n", stderr);
         return 2;
