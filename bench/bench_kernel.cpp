@@ -364,6 +364,7 @@ void registerAll()
     const Named variants[] = {{Lut3DKernelVariant::Reference, "C"},
                               {Lut3DKernelVariant::SSE41, "SSE4.1"},
                               {Lut3DKernelVariant::AVX2, "AVX2"},
+                              {Lut3DKernelVariant::AVX512, "AVX-512"},
                               {Lut3DKernelVariant::NEON, "NEON"}};
     for (Size s : kSizes)
         for (bool uniform : {true, false}) {

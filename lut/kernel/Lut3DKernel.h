@@ -40,7 +40,7 @@ struct Lut3DKernelOps {
                      uint8_t* y0, uint8_t* y1, uint8_t* uv, int isNV21, uint32_t count);
 };
 
-enum class Lut3DKernelVariant { Reference, SSE41, AVX2, NEON };
+enum class Lut3DKernelVariant { Reference, SSE41, AVX2, AVX512, NEON };
 
 // Everything a row pair reads besides its rows, fixed for a whole render.
 struct Lut3DKernelParams {

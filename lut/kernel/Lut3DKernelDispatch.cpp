@@ -12,13 +12,14 @@
 // Defined only in builds for their architecture (see lut/CMakeLists.txt).
 extern const Lut3DKernelOps kLut3DKernelSSE41;
 extern const Lut3DKernelOps kLut3DKernelAVX2;
+extern const Lut3DKernelOps kLut3DKernelAVX512;
 extern const Lut3DKernelOps kLut3DKernelNeon;
 
 namespace {
 
 #if defined(__x86_64__)
 struct CpuFeatures {
-    bool sse41, avx2;
+    bool sse41, avx2, avx512;
 };
 
 // Read once; thread-safe through the function-local static.
@@ -28,8 +29,12 @@ const CpuFeatures& cpuFeatures()
         __builtin_cpu_init();
         // The AVX2 check includes the operating system's support for the
         // 256-bit register state.
+        // Likewise the AVX-512 checks, for the 512-bit and mask state.
         return CpuFeatures{__builtin_cpu_supports("sse4.1") != 0,
-                           __builtin_cpu_supports("avx2") != 0};
+                           __builtin_cpu_supports("avx2") != 0,
+                           __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512bw") &&
+                               __builtin_cpu_supports("avx512vl") &&
+                               __builtin_cpu_supports("avx512vbmi")};
     }();
     return features;
 }
@@ -47,6 +52,8 @@ const Lut3DKernelOps* Lut3DKernelGet(Lut3DKernelVariant variant)
         return cpuFeatures().sse41 ? &kLut3DKernelSSE41 : nullptr;
     case Lut3DKernelVariant::AVX2:
         return cpuFeatures().avx2 ? &kLut3DKernelAVX2 : nullptr;
+    case Lut3DKernelVariant::AVX512:
+        return cpuFeatures().avx512 ? &kLut3DKernelAVX512 : nullptr;
 #endif
 #if defined(__aarch64__)
     case Lut3DKernelVariant::NEON: // Advanced SIMD is part of every arm64 CPU
@@ -62,7 +69,8 @@ const Lut3DKernelOps* Lut3DKernelActive()
     static const Lut3DKernelOps* const active = [] {
         const Lut3DKernelOps* best = &kLut3DKernelReference;
         for (Lut3DKernelVariant v :
-             {Lut3DKernelVariant::SSE41, Lut3DKernelVariant::AVX2, Lut3DKernelVariant::NEON}) {
+             {Lut3DKernelVariant::SSE41, Lut3DKernelVariant::AVX2, Lut3DKernelVariant::AVX512,
+              Lut3DKernelVariant::NEON}) {
             if (const Lut3DKernelOps* ops = Lut3DKernelGet(v))
                 best = ops;
         }

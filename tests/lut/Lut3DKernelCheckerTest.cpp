@@ -58,7 +58,8 @@ std::vector<Variant> variantsUnderTest()
 {
     std::vector<Variant> out;
     for (Lut3DKernelVariant v :
-         {Lut3DKernelVariant::SSE41, Lut3DKernelVariant::AVX2, Lut3DKernelVariant::NEON}) {
+         {Lut3DKernelVariant::SSE41, Lut3DKernelVariant::AVX2, Lut3DKernelVariant::AVX512,
+          Lut3DKernelVariant::NEON}) {
         if (const Lut3DKernelOps* ops = Lut3DKernelGet(v))
             out.push_back({ops->name, ops});
     }
