@@ -155,7 +155,9 @@ LUT3D_KERNEL_INLINE __m256i interpolate8(const Geometry& g, __m256i offsets, __m
                                           __m512i wG, __m512i wB)
 {
     auto corner = [&](int a, int b) {
-        return split(_mm512_i32gather_epi64(offsets, g.pair[a][b], 1));
+        const __m256i lo = _mm256_i32gather_epi64(g.pair[a][b], _mm256_castsi256_si128(offsets), 1);
+        const __m256i hi = _mm256_i32gather_epi64(g.pair[a][b], _mm256_extracti128_si256(offsets, 1), 1);
+        return split(_mm512_inserti64x4(_mm512_castsi256_si512(lo), hi, 1));
     };
     const EvenOdd e0 = lerp(corner(0, 0), corner(1, 0), wR);
     const EvenOdd e1 = lerp(corner(0, 1), corner(1, 1), wR);
@@ -175,10 +177,16 @@ LUT3D_KERNEL_INLINE __m512i spread(__m512i twice, int half)
     return _mm512_permutexvar_epi32(pick, twice);
 }
 
+template <bool kWhole>
 LUT3D_KERNEL_INLINE void lookup16(const Geometry& g, const Selectors& s, uint8_t* rgb,
                                   __mmask64 bytes)
 {
-    const __m512i group = _mm512_maskz_loadu_epi8(bytes, rgb);
+    // Whole groups avoid masked byte stores, which are slow on some cores.
+    const __m512i group =
+        kWhole ? _mm512_inserti32x4(
+                     _mm512_castsi256_si512(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(rgb))),
+                     _mm_loadu_si128(reinterpret_cast<const __m128i*>(rgb + 32)), 2)
+               : _mm512_maskz_loadu_epi8(bytes, rgb);
     const Tables& t = g.tables;
     // iR | iG << 16 and iB per word; fractions twice per word.
     const __m512i rg = _mm512_permutexvar_epi8(s.rAndG, group);
@@ -194,7 +202,13 @@ LUT3D_KERNEL_INLINE void lookup16(const Geometry& g, const Selectors& s, uint8_t
     const __m256i high = interpolate8(g, _mm512_extracti64x4_epi64(offsets, 1), spread(fR, 1),
                                       spread(fG, 1), spread(fB, 1));
     const __m512i words = _mm512_inserti64x4(_mm512_castsi256_si512(low), high, 1);
-    _mm512_mask_storeu_epi8(rgb, bytes, _mm512_permutexvar_epi8(s.pack, words));
+    const __m512i packed = _mm512_permutexvar_epi8(s.pack, words);
+    if (kWhole) {
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(rgb), _mm512_castsi512_si256(packed));
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(rgb + 32), _mm512_extracti32x4_epi32(packed, 2));
+    } else {
+        _mm512_mask_storeu_epi8(rgb, bytes, packed);
+    }
 }
 
 void gridLookupAVX512(const Lut3DConstants* k, const Lut3DTable* table, uint8_t* rgb,
@@ -217,9 +231,9 @@ void gridLookupAVX512(const Lut3DConstants* k, const Lut3DTable* table, uint8_t*
     static const Selectors s = makeSelectors();
     uint32_t x = 0;
     for (; x + 16 <= count; x += 16)
-        lookup16(g, s, rgb + 3 * x, 0x0000FFFFFFFFFFFFull);
+        lookup16<true>(g, s, rgb + 3 * x, 0x0000FFFFFFFFFFFFull);
     if (x < count) // a last group of eight
-        lookup16(g, s, rgb + 3 * x, 0x0000000000FFFFFFull);
+        lookup16<false>(g, s, rgb + 3 * x, 0x0000000000FFFFFFull);
 }
 
 } // namespace
