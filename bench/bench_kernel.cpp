@@ -26,7 +26,9 @@
 #include <tuple>
 #include <vector>
 
+#include <sys/resource.h>
 #include <time.h>
+#include <unistd.h>
 
 #include "ZeLut3D.h"
 #include "lut/Lut3DMemory.h"
@@ -430,13 +432,51 @@ void registerAll()
 
 } // namespace
 
+// CPU time of the whole machine (all processors, busy and idle) and of this
+// process, in clock ticks and seconds.
+struct CpuTimes {
+    double busy = 0, total = 0, self = 0;
+};
+
+CpuTimes cpuTimesNow()
+{
+    CpuTimes t;
+    if (std::FILE* stat = std::fopen("/proc/stat", "r")) {
+        unsigned long long v[8] = {};
+        if (std::fscanf(stat, "cpu %llu %llu %llu %llu %llu %llu %llu %llu", &v[0], &v[1], &v[2],
+                        &v[3], &v[4], &v[5], &v[6], &v[7]) == 8) {
+            for (unsigned long long x : v)
+                t.total += double(x);
+            t.busy = t.total - double(v[3] + v[4]); // idle and waiting for I/O
+        }
+        std::fclose(stat);
+    }
+    struct rusage self;
+    if (getrusage(RUSAGE_SELF, &self) == 0)
+        t.self = double(self.ru_utime.tv_sec + self.ru_stime.tv_sec) +
+                 1e-6 * double(self.ru_utime.tv_usec + self.ru_stime.tv_usec);
+    return t;
+}
+
 int main(int argc, char** argv)
 {
     benchmark::Initialize(&argc, argv);
     if (benchmark::ReportUnrecognizedArguments(argc, argv))
         return 1;
     registerAll();
+    const CpuTimes before = cpuTimesNow();
     benchmark::RunSpecifiedBenchmarks();
+    const CpuTimes after = cpuTimesNow();
     benchmark::Shutdown();
+    // How busy the machine was while it measured: every processor's busy
+    // share, and how much of that was this benchmark.
+    const double ticks = double(sysconf(_SC_CLK_TCK));
+    const double total = after.total - before.total, busy = after.busy - before.busy;
+    const double self = (after.self - before.self) * ticks;
+    if (total > 0)
+        std::printf("machine busy %.0f%% of %ld processors while measuring; others than this "
+                    "benchmark: %.0f%%\n",
+                    100.0 * busy / total, sysconf(_SC_NPROCESSORS_ONLN),
+                    100.0 * (busy - self > 0 ? busy - self : 0) / total);
     return 0;
 }
