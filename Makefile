@@ -3,6 +3,7 @@
 #   make test-arm64      cross-build for aarch64 and run the tests under qemu
 #   make test-sanitize   run the tests under AddressSanitizer + UndefinedBehaviorSanitizer
 #   make bench           build and run the benchmarks
+#   make mca             NEON loops' cycles per pixel by LLVM's machine-code analyser
 #   make fuzz            build the libFuzzer targets (clang) and run each for FUZZ_SECONDS
 #   make fuzz-corpus     run each libFuzzer target once over its committed corpus (CI)
 #   make demo            build everything and render the demo chart into build/demo
@@ -12,7 +13,7 @@ CTEST := ctest --output-on-failure -j $(JOBS)
 FUZZ_SECONDS ?= 60
 FUZZ_TARGETS := fuzz_uncompress fuzz_string_number fuzz_lut_file fuzz_utf8 fuzz_text_decoder
 
-.PHONY: all deps deps-arm64 build test test-arm64 test-sanitize bench fuzz fuzz-corpus demo clean
+.PHONY: all deps deps-arm64 build test test-arm64 test-sanitize bench mca fuzz fuzz-corpus demo clean
 
 all: build
 
@@ -61,6 +62,9 @@ build/bench/CMakeCache.txt: | deps
 bench: deps build/bench/CMakeCache.txt
 	cmake --build build/bench -j $(JOBS)
 	@for b in build/bench/bench/bench_*; do [ -x "$$b" ] && "$$b"; done
+
+mca: deps-arm64
+	@bash bench/mca.sh
 
 # New inputs go to build/fuzz/corpus/<target>; fuzz/corpus/<target> holds the seeds.
 build/fuzz/CMakeCache.txt: | deps

@@ -25,6 +25,16 @@
 // memory.
 #define LUT3D_KERNEL_INLINE inline __attribute__((always_inline))
 
+// Marks a loop body for LLVM's machine-code analyser (make mca, which builds
+// with LUT3D_MCA); in every other build the marks are nothing.
+#if defined(LUT3D_MCA)
+#define LUT3D_MCA_BEGIN(name) __asm__ volatile("# LLVM-MCA-BEGIN " name)
+#define LUT3D_MCA_END() __asm__ volatile("# LLVM-MCA-END")
+#else
+#define LUT3D_MCA_BEGIN(name)
+#define LUT3D_MCA_END()
+#endif
+
 struct Lut3DKernelOps {
     const char* name;
     // count pixels (a multiple of 8) of two luma rows and their chroma row to

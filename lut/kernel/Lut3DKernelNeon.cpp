@@ -51,6 +51,7 @@ void yuvToRgbNeon(const Lut3DConstants* k, const uint8_t* y0, const uint8_t* y1,
     const int16x8_t bFromU = vld1q_s16(k->bFromU);
 
     for (uint32_t x = 0; x < count; x += 8) {
+        LUT3D_MCA_BEGIN("yuvToRgb");
         const uint8x8_t chroma = vld1_u8(uv + x);
         // (C - 128) * 16 in signed 16-bit lanes.
         const int16x8_t u = vshlq_n_s16(
@@ -72,6 +73,7 @@ void yuvToRgbNeon(const Lut3DConstants* k, const uint8_t* y0, const uint8_t* y1,
             px.val[2] = vqrshrun_n_s16(vaddq_s16(yScaled, bTerm), 2);
             vst3_u8(out[row], px);
         }
+        LUT3D_MCA_END();
     }
 }
 
@@ -221,6 +223,10 @@ void gridLoop(const GridGeometry& g, uint8_t* rgb, uint32_t count)
     const uint8x16_t packHead = vld1q_u8(kPackHead);
     const uint8x8_t packTail = vld1_u8(kPackTail);
     for (uint32_t x = 0; x < count; x += 8, rgb += 24) {
+        if (kUniform)
+            LUT3D_MCA_BEGIN("gridLookup-uniform");
+        else
+            LUT3D_MCA_BEGIN("gridLookup-indexed");
         Positions p;
         if (kUniform)
             positionsUniform(g, rgb, &p);
@@ -233,6 +239,7 @@ void gridLoop(const GridGeometry& g, uint8_t* rgb, uint32_t count)
                                     weightsOf(p.fB, high));
         vst1q_u8(rgb, vqtbl2q_u8(words, packHead));
         vst1_u8(rgb + 16, vqtbl2_u8(words, packTail));
+        LUT3D_MCA_END();
     }
 }
 
@@ -278,6 +285,7 @@ void rgbToYuvNeon(const Lut3DConstants* k, const uint8_t* rgb0, const uint8_t* r
     const int16x4_t vFromG = vld1_s16(k->vFromG), vFromB = vld1_s16(k->vFromB);
 
     for (uint32_t x = 0; x < count; x += 8) {
+        LUT3D_MCA_BEGIN("rgbToYuv");
         const uint8x8x3_t p0 = vld3_u8(rgb0 + 3 * x);
         const uint8x8x3_t p1 = vld3_u8(rgb1 + 3 * x);
         const uint8x8x3_t* rows[2] = {&p0, &p1};
@@ -299,6 +307,7 @@ void rgbToYuvNeon(const Lut3DConstants* k, const uint8_t* rgb0, const uint8_t* r
         // + 128 modulo 256.
         const uint8x8_t chroma = vadd_u8(vreinterpret_u8_s8(narrowed), chromaOffset);
         vst1_u8(uv + x, vtbl1_u8(chroma, order));
+        LUT3D_MCA_END();
     }
 }
 
