@@ -5,7 +5,6 @@
 // not link the library; it loads the shared object by path.
 #include <gtest/gtest.h>
 
-#include <dirent.h>
 #include <dlfcn.h>
 
 #include <chrono>
@@ -14,20 +13,9 @@
 #include <thread>
 
 #include "ZeLut3D.h"
+#include "support/ProcessThreads.h"
 
 namespace {
-
-int processThreads()
-{
-    DIR* dir = opendir("/proc/self/task");
-    if (!dir)
-        return -1;
-    int count = 0;
-    while (dirent* entry = readdir(dir))
-        count += entry->d_name[0] != '.';
-    closedir(dir);
-    return count;
-}
 
 // Under a user-mode emulator a joined thread's host thread may still be
 // winding down in the emulator's own code; there the count may take a

@@ -12,13 +12,13 @@
 #include <atomic>
 #include <chrono>
 #include <cstring>
-#include <dirent.h>
 #include <random>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include "ZeLut3D.h"
+#include "support/ProcessThreads.h"
 #include "lut/Lut3DRender.h"
 #include "support/LutFileWriter.h"
 #include "support/MessageCapture.h"
@@ -94,19 +94,6 @@ bool renderMatches(Lut3DEffect* effect, Lut3DTable* table, const RenderJob& job,
                                             job.matrix, job.range, job.width, int32_t(job.height), 0);
     return ok == 1 && target.pixels() == expected && target.paddingIntact() &&
            source.paddingIntact();
-}
-
-// Threads of this process as the kernel lists them.
-int processThreads()
-{
-    DIR* dir = opendir("/proc/self/task");
-    if (!dir)
-        return -1;
-    int count = 0;
-    while (dirent* entry = readdir(dir))
-        count += entry->d_name[0] != '.';
-    closedir(dir);
-    return count;
 }
 
 // Threads of the process once a first thread has come and gone, so that

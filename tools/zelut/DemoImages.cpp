@@ -172,19 +172,12 @@ RgbImage makeTestChart(uint32_t width, uint32_t height)
 
 LutTable sampleGradeTable(uint32_t n)
 {
-    LutTable t;
-    t.n = n;
-    t.levels = unitLevels(n);
-    t.entries.reserve(3u * n * n * n);
-    for (uint32_t r = 0; r < n; ++r)
-        for (uint32_t g = 0; g < n; ++g)
-            for (uint32_t b = 0; b < n; ++b) {
-                const Rgb out = grade({ t.levels[r], t.levels[g], t.levels[b] });
-                t.entries.push_back(lutByte(out.r));
-                t.entries.push_back(lutByte(out.g));
-                t.entries.push_back(lutByte(out.b));
-            }
-    return t;
+    return tableOf(n, [](float r, float g, float b, uint8_t* out) {
+        const Rgb graded = grade({r, g, b});
+        out[0] = lutByte(graded.r);
+        out[1] = lutByte(graded.g);
+        out[2] = lutByte(graded.b);
+    });
 }
 
 RgbImage sideBySide(const RgbImage& before, const RgbImage& after)

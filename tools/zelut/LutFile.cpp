@@ -46,19 +46,19 @@ std::vector<float> unitLevels(uint32_t n)
 
 LutTable identityTable(uint32_t n)
 {
-    LutTable t;
-    t.n = n;
-    t.levels = unitLevels(n);
-    t.entries.reserve(3u * n * n * n);
+    // From the index rather than the float level, so that every step is
+    // round(i * 255 / (n - 1)) exactly.
+    LutTable t = tableOf(n, [](float, float, float, uint8_t*) {});
     std::vector<uint8_t> value(n, 0);
     for (uint32_t i = 0; n > 1 && i < n; ++i)
         value[i] = static_cast<uint8_t>(std::lround(i * 255.0 / (n - 1)));
+    uint8_t* out = t.entries.data();
     for (uint32_t r = 0; r < n; ++r)
         for (uint32_t g = 0; g < n; ++g)
-            for (uint32_t b = 0; b < n; ++b) {
-                t.entries.push_back(value[r]);
-                t.entries.push_back(value[g]);
-                t.entries.push_back(value[b]);
+            for (uint32_t b = 0; b < n; ++b, out += 3) {
+                out[0] = value[r];
+                out[1] = value[g];
+                out[2] = value[b];
             }
     return t;
 }

@@ -36,6 +36,23 @@ std::vector<float> unitLevels(uint32_t n);
 // Every cell holds its own input: round(level x 255) in R, G and B.
 LutTable identityTable(uint32_t n);
 
+// n unit levels, and in cell (r, g, b) the bytes cell(levels[r], levels[g],
+// levels[b], out) writes to out[0..2].
+template <typename Cell>
+LutTable tableOf(uint32_t n, Cell cell)
+{
+    LutTable t;
+    t.n = n;
+    t.levels = unitLevels(n);
+    t.entries.resize(3u * n * n * n);
+    uint8_t* out = t.entries.data();
+    for (uint32_t r = 0; r < n; ++r)
+        for (uint32_t g = 0; g < n; ++g)
+            for (uint32_t b = 0; b < n; ++b, out += 3)
+                cell(t.levels[r], t.levels[g], t.levels[b], out);
+    return t;
+}
+
 // An output value in 0..1 as an entry byte, clamped and rounded to nearest.
 uint8_t lutByte(double value);
 

@@ -202,30 +202,28 @@ TEST(ZeCompression, TruncatedStreamsAreCorrupted)
 int g_failuresLeft = 0;
 int g_failure = Z_OK;
 
+// Counts the call and its output room; true when the planned failure is due.
+bool failureDue(unsigned long room)
+{
+    ++g_calls;
+    g_sizes.push_back(room);
+    if (g_failuresLeft == 0)
+        return false;
+    if (g_failuresLeft > 0)
+        --g_failuresLeft;
+    return true;
+}
+
 int failingCompress(unsigned char* dest, unsigned long* destLen, const unsigned char* source,
     unsigned long sourceLen, int level)
 {
-    ++g_calls;
-    g_sizes.push_back(*destLen);
-    if (g_failuresLeft != 0) {
-        if (g_failuresLeft > 0)
-            --g_failuresLeft;
-        return g_failure;
-    }
-    return compress2(dest, destLen, source, sourceLen, level);
+    return failureDue(*destLen) ? g_failure : compress2(dest, destLen, source, sourceLen, level);
 }
 
 int failingUncompress(unsigned char* dest, unsigned long* destLen, const unsigned char* source,
     unsigned long sourceLen)
 {
-    ++g_calls;
-    g_sizes.push_back(*destLen);
-    if (g_failuresLeft != 0) {
-        if (g_failuresLeft > 0)
-            --g_failuresLeft;
-        return g_failure;
-    }
-    return uncompress(dest, destLen, source, sourceLen);
+    return failureDue(*destLen) ? g_failure : uncompress(dest, destLen, source, sourceLen);
 }
 
 void failNext(int count, int status)
