@@ -33,6 +33,20 @@ foreach(header ZeLut3D.h ZeGlobal.h)
 endforeach()
 get_filename_component(libdir ${library} DIRECTORY)
 
+# The installed library: a versioned name, no run path into the build host's
+# folders (none at all), and no debug information.
+find_program(READELF NAMES readelf REQUIRED)
+run("readelf" ${READELF} -d -S -W ${library})
+if(NOT RUN_OUTPUT MATCHES "Library soname: \\[libZeLutEffect\\.so\\.1\\]")
+  message(FATAL_ERROR "the installed library has no versioned SONAME:\n${RUN_OUTPUT}")
+endif()
+if(RUN_OUTPUT MATCHES "(RUNPATH|RPATH)")
+  message(FATAL_ERROR "the installed library carries a run path:\n${RUN_OUTPUT}")
+endif()
+if(RUN_OUTPUT MATCHES "\\.debug_info")
+  message(FATAL_ERROR "the installed library carries debug information")
+endif()
+
 # The consumers' table, every colour to white, through the installed tool.
 set(white_cube "LUT_3D_SIZE 2\n")
 foreach(i RANGE 7)

@@ -24,7 +24,9 @@ std::vector<CapturedMessage> systemLog()
 
 } // namespace
 
-extern "C" int __android_log_write(int priority, const char* tag, const char* text)
+extern "C" __attribute__((visibility("default"))) int __android_log_write(int priority,
+                                                                  const char* tag,
+                                                                  const char* text)
 {
     std::lock_guard<std::mutex> lock(g_mutex);
     g_system.push_back({priority, tag, text});

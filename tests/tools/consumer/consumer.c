@@ -5,7 +5,9 @@
 #include <stdio.h>
 #include <string.h>
 
+/* Both spellings, through pkg-config and the CMake package alike. */
 #include "ZeLut3D.h"
+#include <ZeLutEffect/ZeLut3D.h>
 
 int main(int argc, char** argv)
 {
@@ -42,7 +44,8 @@ int main(int argc, char** argv)
         ZecLut3DDestroyEffect(effect);
         return 1;
     }
-    ok = ZecLut3DRenderEffect(effect, table, &frame, &frame, 0, 0, 0, 8, 2, 0) == 1;
+    ok = ZecLut3DRenderEffect(effect, table, &frame, &frame, ZEC_LUT3D_FORMAT_NV12,
+                              ZEC_LUT3D_MATRIX_BT601, ZEC_LUT3D_RANGE_VIDEO, 8, 2, 0) == 1;
     for (i = 0; i < 16; ++i)
         ok = ok && luma[i] == 235; /* white in video range */
     for (i = 0; i < 8; ++i)
