@@ -31,8 +31,8 @@
 #define LUT3D_MCA_BEGIN(name) __asm__ volatile("# LLVM-MCA-BEGIN " name)
 #define LUT3D_MCA_END() __asm__ volatile("# LLVM-MCA-END")
 #else
-#define LUT3D_MCA_BEGIN(name)
-#define LUT3D_MCA_END()
+#define LUT3D_MCA_BEGIN(name) do {} while (0)
+#define LUT3D_MCA_END() do {} while (0)
 #endif
 
 struct Lut3DKernelOps {

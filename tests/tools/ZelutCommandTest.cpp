@@ -74,7 +74,7 @@ TEST(ZelutCommand, UsageErrorsExitTwoWithOneLine)
         "zelut apply: unknown option --colour; see 'zelut apply --help'");
     expectOneErrorLine(runZelut({ "apply", "a.yuv", "b.yuv" }), 2,
         "zelut apply: --lut F.lut is required; see 'zelut apply --help'");
-    expectOneErrorLine(runZelut({ "apply", "--lut", "t.lut", "a.yuv", "b.yuv" }), 2,
+    expectOneErrorLine(runZelut({ "apply", "--lut", "t.lut", "-", "b.yuv" }), 2,
         "zelut apply: raw frames need --size WxH; see 'zelut apply --help'");
     expectOneErrorLine(runZelut({ "apply", "--lut", "t.lut", "--size", "64x", "a", "b" }), 2,
         "zelut apply: --size height must be a whole number from 1 to 16384, not ''; "

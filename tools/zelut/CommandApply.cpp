@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include "Commands.h"
+#include "FrameStream.h"
 #include "PngImage.h"
 #include "ToolCommon.h"
 #include "ToolFiles.h"
@@ -13,8 +14,12 @@ const char kHelp[] = "usage: zelut apply --lut F.lut [options] IN OUT\n"
                      "\n"
                      "Renders IN through the table F.lut into OUT.\n"
                      "  raw frames  IN and OUT hold any number of NV12 (or NV21) frames back to\n"
-                     "              back; --size gives their size. A progress bar is drawn on\n"
-                     "              stderr when it is a terminal; frames per second at the end.\n"
+                     "              back; --size gives their size. '-' is standard input or\n"
+                     "              output. A progress bar is drawn on stderr when it is a\n"
+                     "              terminal; frames per second at the end.\n"
+                     "  YUV4MPEG2   a stream with its own header (ffmpeg -f yuv4mpegpipe): size\n"
+                     "              and range come from it (--range overrides), OUT is written\n"
+                     "              as YUV4MPEG2 with the same header. 4:2:0 (C420*) only.\n"
                      "  PNG images  IN.png and OUT.png: the image is converted to NV12/NV21 with\n"
                      "              the same matrix and range, rendered by the library, converted\n"
                      "              back and written as PNG (an alpha channel is kept as it is).\n"
@@ -34,21 +39,39 @@ public:
         , m_enabled(::isatty(STDERR_FILENO) == 1)
     {
     }
+    // A stream's total is unknown (0): frames and rate without a bar.
     void update(uint64_t done, double seconds)
     {
-        if (!m_enabled || (done != m_total && seconds - m_lastDraw < 0.1))
+        if (!m_enabled || seconds - m_lastDraw < 0.1)
             return;
+        draw(done, seconds);
+    }
+    void finish(uint64_t done, double seconds)
+    {
+        if (!m_enabled)
+            return;
+        draw(done, seconds);
+        std::fputc('\n', stderr);
+    }
+
+private:
+    void draw(uint64_t done, double seconds)
+    {
         m_lastDraw = seconds;
-        const int width = 30;
-        const int filled = static_cast<int>(width * done / m_total);
-        std::fprintf(stderr, "\r[%.*s%*s] %llu/%llu frames  %.1f frames/s", filled,
-            "##############################", width - filled, "",
-            static_cast<unsigned long long>(done), static_cast<unsigned long long>(m_total),
-            seconds > 0 ? done / seconds : 0.0);
-        if (done == m_total)
-            std::fputc('\n', stderr);
+        const double rate = seconds > 0 ? done / seconds : 0.0;
+        if (m_total == 0) {
+            std::fprintf(stderr, "\r%llu frames  %.1f frames/s", static_cast<unsigned long long>(done), rate);
+        } else {
+            const int width = 30;
+            const int filled = static_cast<int>(width * done / m_total);
+            std::fprintf(stderr, "\r[%.*s%*s] %llu/%llu frames  %.1f frames/s", filled,
+                "##############################", width - filled, "",
+                static_cast<unsigned long long>(done), static_cast<unsigned long long>(m_total), rate);
+        }
         std::fflush(stderr);
     }
+
+public:
 
 private:
     uint64_t m_total;
@@ -79,51 +102,59 @@ void applyPng(const std::string& lut, const RenderSettings& settings, const std:
         settings.describe().c_str());
 }
 
-void applyRaw(const std::string& lut, const RenderSettings& settings, const std::string& in,
-    const std::string& out, uint32_t width, uint32_t height)
+void applyFrames(const std::string& lut, RenderSettings settings, bool rangeGiven,
+    const std::string& in, const std::string& out, uint32_t width, uint32_t height)
 {
-    std::FILE* input = std::fopen(in.c_str(), "rb");
-    if (!input)
-        fail(systemError(in));
-    std::unique_ptr<std::FILE, int (*)(std::FILE*)> closer(input, std::fclose);
-    struct stat inStat;
-    if (::fstat(::fileno(input), &inStat) != 0)
-        fail(systemError(in));
-    const uint64_t frameBytes = YuvFrame::bytesFor(width, height);
-    const uint64_t size = static_cast<uint64_t>(inStat.st_size);
-    const std::string sizeText = std::to_string(width) + "x" + std::to_string(height);
-    if (size == 0 || size % frameBytes != 0)
-        fail(in + ": " + std::to_string(size) + " bytes are not a whole number of " + sizeText
-            + " frames (" + std::to_string(frameBytes) + " bytes each); check --size");
-    const uint64_t frames = size / frameBytes;
+    FrameReader input;
+    std::string error;
+    if (!input.open(in, width, height, error))
+        input.needsSize() ? usageError(error) : fail(error);
+    if (input.isY4m()) {
+        // Planes come interleaved U, V; the stream's range unless one is asked for.
+        settings.nv21 = false;
+        if (!rangeGiven && input.header().fullRange >= 0)
+            settings.range = input.header().fullRange ? ColourRange::Full : ColourRange::Video;
+    }
     const TablePtr table = loadTable(lut);
     const EffectPtr effect(ZecLut3DCreateEffect(settings.threads));
 
     ReplacingFile output(out);
-    std::string error;
     if (!output.open(error))
         fail(error);
-    YuvFrame source(width, height), rendered(width, height);
-    ProgressBar progress(frames);
+    if (input.isY4m() && !output.write(input.header().line.data(), input.header().line.size(), error))
+        fail(error);
+    YuvFrame source(input.width(), input.height()), rendered(input.width(), input.height());
+    ProgressBar progress(input.knownFrames());
     double renderSeconds = 0.0;
+    uint64_t frames = 0;
     const auto start = std::chrono::steady_clock::now();
-    for (uint64_t i = 0; i < frames; ++i) {
-        if (std::fread(source.bytes.data(), 1, frameBytes, input) != frameBytes)
-            fail(in + ": read failed at frame " + std::to_string(i + 1));
+    while (input.next(source, error)) {
         const auto renderStart = std::chrono::steady_clock::now();
         renderFrame(effect.get(), table.get(), settings, source, rendered);
         renderSeconds += secondsSince(renderStart);
-        if (!output.write(rendered.bytes.data(), frameBytes, error))
+        const std::string planar = input.isY4m() ? y4mFrame(rendered) : std::string();
+        if (input.isY4m() ? !output.write(planar.data(), planar.size(), error)
+                          : !output.write(rendered.bytes.data(), rendered.bytes.size(), error))
             fail(error);
-        progress.update(i + 1, secondsSince(start));
+        progress.update(++frames, secondsSince(start));
     }
+    if (!error.empty())
+        fail(error);
+    if (frames == 0)
+        fail(in + ": no frames");
     if (!output.commit(error))
         fail(error);
+    progress.finish(frames, secondsSince(start));
     const double seconds = secondsSince(start);
-    std::printf("%s: %llu frames of %s (%s) in %.2f s, %.1f frames/s (render %.2f ms/frame)\n",
-        out.c_str(), static_cast<unsigned long long>(frames), sizeText.c_str(),
-        settings.describe().c_str(), seconds, seconds > 0 ? frames / seconds : 0.0,
-        1000.0 * renderSeconds / frames);
+    // On standard output the summary would mix with the frames: it goes to
+    // the terminal then, and nowhere without one.
+    std::FILE* summary = out == "-" ? (::isatty(STDERR_FILENO) ? stderr : nullptr) : stdout;
+    if (summary)
+        std::fprintf(summary, "%s: %llu frames of %ux%u (%s%s) in %.2f s, %.1f frames/s (render %.2f ms/frame)\n",
+            out == "-" ? "standard output" : out.c_str(), static_cast<unsigned long long>(frames),
+            input.width(), input.height(), input.isY4m() ? "YUV4MPEG2, " : "",
+            settings.describe().c_str(), seconds, seconds > 0 ? frames / seconds : 0.0,
+            1000.0 * renderSeconds / static_cast<double>(frames));
 }
 
 } // namespace
@@ -151,17 +182,14 @@ int runApply(const Args& args)
     uint32_t width = 0, height = 0;
     if (png && a.has("--size"))
         usageError("--size is for raw frames; a PNG image has its own size");
-    if (!png) {
-        if (!a.has("--size"))
-            usageError("raw frames need --size WxH");
+    if (!png && a.has("--size"))
         parseSize(a.value("--size"), width, height);
-    }
     std::string error;
     if (!outputIsNotAnInput(out, {in, a.value("--lut")}, error))
         fail(error);
     if (png)
         applyPng(a.value("--lut"), settings, in, out);
     else
-        applyRaw(a.value("--lut"), settings, in, out, width, height);
+        applyFrames(a.value("--lut"), settings, a.has("--range"), in, out, width, height);
     return 0;
 }
