@@ -145,6 +145,36 @@ TEST(CubeFile, DomainBecomesTheLevels)
     EXPECT_EQ(error, "e.cube:1: DOMAIN_MAX must be above DOMAIN_MIN");
 }
 
+TEST(CubeFile, SharedShaperBecomesTheLevels)
+{
+    // Shaper 0 -> 0, 0.5 -> 0.75, 1 -> 1: the 3D node 0.5 is reached at 1/3.
+    const std::string head = "lut_1d_size 3\rLUT_3D_SIZE 3\r";
+    CubeTable cube;
+    LutTable lut;
+    std::string error;
+    ASSERT_TRUE(parseCube("\xEF\xBB\xBF" + head + "0 0 0\r0.75 0.75 0.75\r1 1 1\r" + entries(27),
+        "s.cube", cube, error))
+        << error;
+    ASSERT_TRUE(cubeToLut(cube, "s.cube", lut, error)) << error;
+    EXPECT_EQ(lut.levels, (std::vector<float> { 0.0f, float(1.0 / 3.0), 1.0f }));
+
+    const struct {
+        const char* shaper;
+        const char* error;
+    } refused[] = {
+        { "0 0 0\r0.5 0.75 0.75\r1 1 1\r", "s.cube:4: the shaper differs between channels; "
+                                              "only one curve shared by all three becomes the levels" },
+        { "0 0 0\r0.75 0.75 0.75\r0.75 0.75 0.75\r", "s.cube:5: the shaper does not increase" },
+        { "0.1 0.1 0.1\r0.5 0.5 0.5\r1 1 1\r",
+            "s.cube:1: the shaper does not reach every node of the 3D grid" },
+    };
+    for (const auto& c : refused) {
+        ASSERT_TRUE(parseCube(head + c.shaper + entries(27), "s.cube", cube, error)) << error;
+        EXPECT_FALSE(cubeToLut(cube, "s.cube", lut, error));
+        EXPECT_EQ(error, c.error);
+    }
+}
+
 TEST(CubeFile, IdentityConvertsToTheIdentityTable)
 {
     for (uint32_t n : { 2u, 5u, 17u, 33u, 65u }) {
@@ -189,6 +219,12 @@ TEST(CubeFile, RefusalsNameTheLine)
         { "LUT_3D_SIZE 2\nDOMAIN_MIN 0 0\n", "2: DOMAIN_MIN expects 3 numbers, found 2" },
         { "LUT_3D_SIZE 2\nLUT_IN_VIDEO_RANGE\n", "2: unknown keyword LUT_IN_VIDEO_RANGE" },
         { "LUT_3D_SIZE 2\n0 0 0\nTITLE \"late\"\n", "3: TITLE after the table data" },
+        { "LUT_3D_SIZE 2\nDOMAIN_MIN 0 0 0\nLUT_3D_INPUT_RANGE 0 1\n",
+            "3: LUT_3D_INPUT_RANGE and DOMAIN_MIN/DOMAIN_MAX both set the input range" },
+        { "lut_3d_input_range 0 1\nDomain_Max 1 1 1\n",
+            "2: DOMAIN_MAX and LUT_3D_INPUT_RANGE both set the input range" },
+        { "\x89PNG\r\n", " not a .cube table (its first line is neither a keyword, a comment "
+                          "nor a table entry)" },
         { "", " no LUT_3D_SIZE line; not a 3D .cube table" },
         { "TITLE \"only\"\n# nothing else\n", " no LUT_3D_SIZE line; not a 3D .cube table" },
     };

@@ -35,16 +35,33 @@ std::string_view trim(std::string_view s)
     return s;
 }
 
-// A keyword is an upper-case word such as LUT_3D_SIZE; anything else on a
-// line of its own is taken as table data.
+bool isLetter(char c)
+{
+    return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z');
+}
+
+// A keyword is a word such as LUT_3D_SIZE (in any case); anything else on a
+// line of its own is taken as table data, "nan" and "inf" included, so that
+// they are refused as numbers rather than as keywords.
 bool isKeyword(std::string_view token)
 {
-    if (token.empty() || token[0] < 'A' || token[0] > 'Z')
+    double number;
+    const auto read = std::from_chars(token.data(), token.data() + token.size(), number);
+    if (token.empty() || !isLetter(token[0]) || read.ptr == token.data() + token.size())
         return false;
     for (char c : token)
-        if (!((c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_'))
+        if (!(isLetter(c) || (c >= '0' && c <= '9') || c == '_'))
             return false;
     return true;
+}
+
+std::string upper(std::string_view word)
+{
+    std::string out(word);
+    for (char& c : out)
+        if (c >= 'a' && c <= 'z')
+            c = static_cast<char>(c - 'a' + 'A');
+    return out;
 }
 
 // Locale-independent, whole-token, finite numbers only.
@@ -72,25 +89,57 @@ public:
     bool parse(std::string_view text)
     {
         m_cube = CubeTable();
+        if (text.substr(0, 3) == "\xEF\xBB\xBF")
+            text.remove_prefix(3); // a UTF-8 byte-order mark
         uint32_t line = 0;
         size_t at = 0;
         while (at < text.size()) {
-            size_t end = text.find('\n', at);
+            // LF, CRLF or a lone CR ends a line.
+            size_t end = text.find_first_of("\r\n", at);
             if (end == std::string_view::npos)
                 end = text.size();
             ++line;
+            if (line == 1 && !looksLikeCube(text.substr(at, end - at)))
+                return refuseWhole("not a .cube table (its first line is neither a keyword, "
+                                   "a comment nor a table entry)");
             if (!parseLine(line, text.substr(at, end - at)))
                 return false;
-            at = end + 1;
+            at = end + (text.compare(end, 2, "\r\n") == 0 ? 2 : 1);
         }
         return finish(line);
     }
 
 private:
+    bool refuseWhole(const std::string& reason)
+    {
+        m_error = m_name + ": " + reason;
+        return false;
+    }
+
+    // A text file of keywords, comments and numbers starts like one.
+    static bool looksLikeCube(std::string_view first)
+    {
+        const std::string_view t = trim(first);
+        if (t.empty() || t[0] == '#')
+            return true;
+        for (char c : t)
+            if (static_cast<unsigned char>(c) < 0x20 && c != '\t')
+                return false;
+        const std::vector<std::string_view> tokens = splitTokens(t);
+        double number;
+        return isKeyword(tokens[0]) || parseNumber(tokens[0], number);
+    }
+
     bool refuse(uint32_t line, const std::string& reason)
     {
         m_error = m_name + ":" + std::to_string(line) + ": " + reason;
         return false;
+    }
+
+    bool refuseOneDimensional()
+    {
+        return refuse(m_cube.shaperLine,
+            "one-dimensional tables (LUT_1D_SIZE) are not supported; only 3D tables convert");
     }
 
     bool numbers(uint32_t line, const std::vector<std::string_view>& tokens, size_t first,
@@ -121,9 +170,9 @@ private:
 
     bool keyword(uint32_t line, std::string_view text, const std::vector<std::string_view>& tokens)
     {
-        const std::string_view key = tokens[0];
-        if (!m_cube.values.empty())
-            return refuse(line, std::string(key) + " after the table data");
+        const std::string key = upper(tokens[0]);
+        if (!m_cube.values.empty() || !m_cube.shaper.empty())
+            return refuse(line, key + " after the table data");
         if (key == "TITLE") {
             std::string_view title = trim(text.substr(5));
             if (title.size() >= 2 && title.front() == '"' && title.back() == '"')
@@ -131,10 +180,24 @@ private:
             m_cube.title = std::string(title);
             return true;
         }
-        if (key == "LUT_1D_SIZE")
-            return refuse(line,
-                "one-dimensional tables (LUT_1D_SIZE) are not supported; "
-                "only 3D tables convert");
+        if (key == "LUT_1D_SIZE") {
+            double size;
+            if (!numbers(line, tokens, 1, 1, "LUT_1D_SIZE", &size))
+                return false;
+            if (size != std::floor(size) || size < 2 || size > 65536)
+                return refuse(line, "LUT_1D_SIZE " + std::string(tokens[1]) + " is outside 2 to 65536");
+            m_cube.shaperSize = static_cast<uint32_t>(size);
+            m_cube.shaperLine = line;
+            return true;
+        }
+        if (key == "LUT_1D_INPUT_RANGE") {
+            double range[2];
+            if (!numbers(line, tokens, 1, 2, "LUT_1D_INPUT_RANGE", range))
+                return false;
+            m_cube.shaperMin = range[0];
+            m_cube.shaperMax = range[1];
+            return true;
+        }
         if (key == "LUT_3D_SIZE") {
             if (m_cube.size != 0)
                 return refuse(line, "LUT_3D_SIZE given twice");
@@ -150,11 +213,18 @@ private:
             return true;
         }
         if (key == "DOMAIN_MIN" || key == "DOMAIN_MAX") {
+            if (m_inputRangeSet)
+                return refuse(line, key + " and LUT_3D_INPUT_RANGE both set the input range");
+            m_domainSet = true;
             double* target = key == "DOMAIN_MIN" ? m_cube.domainMin : m_cube.domainMax;
             m_cube.domainLine = line;
-            return numbers(line, tokens, 1, 3, std::string(key), target);
+            return numbers(line, tokens, 1, 3, key, target);
         }
         if (key == "LUT_3D_INPUT_RANGE") {
+            if (m_domainSet)
+                return refuse(line, "LUT_3D_INPUT_RANGE and DOMAIN_MIN/DOMAIN_MAX both set the "
+                                    "input range");
+            m_inputRangeSet = true;
             double range[2];
             if (!numbers(line, tokens, 1, 2, "LUT_3D_INPUT_RANGE", range))
                 return false;
@@ -165,13 +235,25 @@ private:
             m_cube.domainLine = line;
             return true;
         }
-        return refuse(line, "unknown keyword " + std::string(key));
+        return refuse(line, "unknown keyword " + std::string(tokens[0]));
     }
 
     bool data(uint32_t line, const std::vector<std::string_view>& tokens)
     {
+        if (m_cube.size == 0 && m_cube.shaperSize != 0)
+            return refuseOneDimensional();
         if (m_cube.size == 0)
             return refuse(line, "table data before LUT_3D_SIZE");
+        // A shaper's rows come first.
+        if (m_cube.shaper.size() < 3 * size_t{m_cube.shaperSize}) {
+            double rgb[3];
+            if (!numbers(line, tokens, 0, 3, "a shaper entry", rgb))
+                return false;
+            if (m_cube.shaper.empty())
+                m_cube.shaperDataLine = line;
+            m_cube.shaper.insert(m_cube.shaper.end(), rgb, rgb + 3);
+            return true;
+        }
         const size_t expected = static_cast<size_t>(m_cube.size) * m_cube.size * m_cube.size;
         if (m_cube.values.size() == 3 * expected)
             return refuse(line,
@@ -188,6 +270,8 @@ private:
 
     bool finish(uint32_t lastLine)
     {
+        if (m_cube.size == 0 && m_cube.shaperSize != 0)
+            return refuseOneDimensional();
         if (m_cube.size == 0) {
             m_error = m_name + ": no LUT_3D_SIZE line; not a 3D .cube table";
             return false;
@@ -204,7 +288,59 @@ private:
     const std::string& m_name;
     CubeTable& m_cube;
     std::string& m_error;
+    bool m_domainSet = false, m_inputRangeSet = false;
 };
+
+// The shaper's input where its piecewise-linear curve reaches `y`, for a
+// curve already known to increase strictly.
+double inverseShaper(const CubeTable& cube, double y)
+{
+    const uint32_t n = cube.shaperSize;
+    const double step = (cube.shaperMax - cube.shaperMin) / (n - 1);
+    for (uint32_t i = 1; i < n; ++i) {
+        const double y0 = cube.shaper[3 * (i - 1)], y1 = cube.shaper[3 * i];
+        if (y <= y1 || i == n - 1) {
+            const double t = (y - y0) / (y1 - y0);
+            return cube.shaperMin + step * (i - 1 + t);
+        }
+    }
+    return cube.shaperMax;
+}
+
+// Levels from a shared, increasing shaper; false with a reason otherwise.
+bool levelsFromShaper(const CubeTable& cube, const std::string& name, LutTable& lut,
+                      std::string& error)
+{
+    const uint32_t n = cube.shaperSize;
+    for (uint32_t i = 0; i < n; ++i) {
+        const double* row = &cube.shaper[3 * i];
+        const std::string where = name + ":" + std::to_string(cube.shaperDataLine + i) + ": ";
+        if (row[0] != row[1] || row[0] != row[2]) {
+            error = where + "the shaper differs between channels; only one curve shared by "
+                            "all three becomes the levels";
+            return false;
+        }
+        if (i > 0 && !(row[0] > cube.shaper[3 * (i - 1)])) {
+            error = where + "the shaper does not increase";
+            return false;
+        }
+    }
+    // The shaper's outputs are the 3D table's inputs: grid node k sits at
+    // lo + (hi - lo) k / (size - 1) of the 3D domain.
+    const double first = cube.shaper[0], last = cube.shaper[3 * (n - 1)];
+    const double lo = cube.domainMin[0], hi = cube.domainMax[0];
+    lut.levels.resize(cube.size);
+    for (uint32_t k = 0; k < cube.size; ++k) {
+        const double node = lo + (hi - lo) * k / (cube.size - 1);
+        if (node < first || node > last) {
+            error = name + ":" + std::to_string(cube.shaperLine) +
+                    ": the shaper does not reach every node of the 3D grid";
+            return false;
+        }
+        lut.levels[k] = static_cast<float>(inverseShaper(cube, node));
+    }
+    return true;
+}
 
 } // namespace
 
@@ -231,13 +367,23 @@ bool cubeToLut(const CubeTable& cube, const std::string& name, LutTable& lut, st
     }
     const uint32_t n = cube.size;
     lut.n = n;
-    if (lo == 0.0 && hi == 1.0) {
+    if (cube.shaperSize != 0) {
+        if (!levelsFromShaper(cube, name, lut, error))
+            return false;
+    } else if (lo == 0.0 && hi == 1.0) {
         lut.levels = unitLevels(n); // bit-identical to what the library calls uniform
     } else {
         lut.levels.resize(n);
         for (uint32_t i = 0; i < n; ++i)
             lut.levels[i] = static_cast<float>(lo + (hi - lo) * i / (n - 1));
     }
+    // As 32-bit floats the levels must stay finite and strictly increasing.
+    for (uint32_t i = 0; i < n; ++i)
+        if (!std::isfinite(lut.levels[i]) || (i > 0 && !(lut.levels[i] > lut.levels[i - 1]))) {
+            error = (cube.shaperSize ? name + ":" + std::to_string(cube.shaperLine) + ": " : where) +
+                    "the input levels are not finite and strictly increasing as 32-bit floats";
+            return false;
+        }
     lut.entries.assign(3u * n * n * n, 0);
     size_t source = 0;
     for (uint32_t b = 0; b < n; ++b)

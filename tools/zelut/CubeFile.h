@@ -9,10 +9,18 @@
  *   LutTable lut;
  *   if (!cubeToLut(cube, "look.cube", lut, error)) ...
  *
- * Accepted: TITLE, LUT_3D_SIZE 2..65, DOMAIN_MIN / DOMAIN_MAX (or the older
- * LUT_3D_INPUT_RANGE), '#' comment lines, blank lines, LF or CRLF line ends.
- * Keywords come before the data; data lines hold three numbers with the red
- * index fastest. Every refusal names the line it concerns.
+ * Accepted: TITLE, LUT_3D_SIZE 2..65, DOMAIN_MIN / DOMAIN_MAX or the older
+ * LUT_3D_INPUT_RANGE min max (the same input range for all three channels;
+ * a file may use one form or the other, not both), '#' comment lines, blank
+ * lines, LF, CRLF or CR line ends, a UTF-8 byte-order mark and keywords in
+ * any case. Keywords come before the data; data lines hold three numbers with
+ * the red index fastest.
+ *
+ * A 1D shaper ahead of the 3D table (LUT_1D_SIZE with its rows first, as
+ * colour tools bake them, and LUT_1D_INPUT_RANGE for its input) becomes the
+ * table's levels when it is one increasing curve shared by all three
+ * channels: each level is the input the shaper maps to a grid node. Every
+ * refusal names the line it concerns.
  */
 #ifndef ZELUT_CUBEFILE_H
 #define ZELUT_CUBEFILE_H
@@ -34,6 +42,12 @@ struct CubeTable {
     double domainMax[3] = { 1.0, 1.0, 1.0 };
     std::vector<double> values; // size^3 (R, G, B) outputs in file order: red index fastest
     uint32_t domainLine = 0; // last line that set the domain (0: none)
+    // The 1D shaper, when there is one: its size, input range and (R, G, B)
+    // rows; shaperLine is its LUT_1D_SIZE line.
+    uint32_t shaperSize = 0;
+    double shaperMin = 0.0, shaperMax = 1.0;
+    std::vector<double> shaper;
+    uint32_t shaperLine = 0, shaperDataLine = 0;
 };
 
 // "name:line: reason" in error on failure.
