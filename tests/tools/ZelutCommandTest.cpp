@@ -2,6 +2,8 @@
 // outputs checked against renders through the library.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cstring>
 #include <random>
 #include <thread>
 
@@ -12,6 +14,7 @@
 #include <sys/sysmacros.h>
 #include <sys/wait.h>
 #include <unistd.h>
+#include <png.h>
 #include <zlib.h>
 
 #include "ColourConvert.h"
@@ -64,7 +67,7 @@ TEST(ZelutCommand, UsageErrorsExitTwoWithOneLine)
     expectOneErrorLine(
         runZelut({ "paint" }), 2, "zelut: unknown command 'paint'; see 'zelut --help'");
     expectOneErrorLine(runZelut({ "convert", "a.cube" }), 2,
-        "zelut convert: expected IN.cube and OUT.lut; see 'zelut convert --help'");
+        "zelut convert: expected IN.cube (or IN.3dl) and OUT.lut; see 'zelut convert --help'");
     expectOneErrorLine(runZelut({ "convert", "--identity", "66", "o.lut" }), 2,
         "zelut convert: --identity must be a whole number from 2 to 65, not '66'; "
         "see 'zelut convert --help'");
@@ -109,6 +112,75 @@ TEST(ZelutCommand, ConvertRefusalsNameTheLineAndWriteNothing)
     writeText(in, identityCubeText(2));
     expectOneErrorLine(runZelut({ "convert", in, dir.path("missing/out.lut") }), 1,
         "zelut convert: " + dir.path("missing/out.lut") + ": No such file or directory");
+}
+
+// Hostile sizes cost neither time nor memory: every read stops at the most
+// a valid input can need, and an image's declared size is checked first.
+TEST(ZelutCommand, InputsAreReadWithinBounds)
+{
+    TempDir dir;
+    writeBytes(dir.path("big.lut"), encodeLutFile(identityTable(3)));
+    ASSERT_EQ(::truncate(dir.path("big.lut").c_str(), off_t{ 50 } << 30), 0);
+    const ZelutRun big = runZelut({ "info", dir.path("big.lut") });
+    EXPECT_EQ(big.status, 0) << big.err;
+    EXPECT_NE(big.out.find("levels (N):   3\n"), std::string::npos) << big.out;
+    expectOneErrorLine(runZelut({ "info", "/dev/zero" }), 1,
+        "zelut info: /dev/zero: Failed to open lut file /dev/zero");
+
+    writeText(dir.path("wide.cube"), "LUT_3D_SIZE 2\n" + std::string(5000, ' ') + "0 0 0\n");
+    expectOneErrorLine(runZelut({ "convert", dir.path("wide.cube"), dir.path("o.lut") }), 1,
+        "zelut convert: " + dir.path("wide.cube") + ":2: line longer than 4096 bytes");
+    writeBytes(dir.path("in.yuv"), std::vector<uint8_t>(6));
+    writeText(dir.path("long.cube"), "LUT_3D_SIZE 2\n");
+    ASSERT_EQ(::truncate(dir.path("long.cube").c_str(), off_t{ 100 } << 20), 0);
+    expectOneErrorLine(runZelut({ "apply", "--lut", dir.path("long.cube"), "--size", "2x2",
+                           dir.path("in.yuv"), dir.path("o.yuv") }),
+        1, "zelut apply: " + dir.path("long.cube") + ": larger than 67108864 bytes, too large to read");
+
+    // A PNG signature and an IHDR chunk declaring 60000 x 60000 pixels.
+    std::vector<uint8_t> png = { 0x89, 'P', 'N', 'G', '\r', '\n', 0x1A, '\n', 0, 0, 0, 13, 'I', 'H',
+        'D', 'R', 0, 0, 0xEA, 0x60, 0, 0, 0xEA, 0x60, 8, 2, 0, 0, 0 };
+    const uint32_t crc = static_cast<uint32_t>(crc32(0, png.data() + 12, 17));
+    for (int shift : { 24, 16, 8, 0 })
+        png.push_back(static_cast<uint8_t>(crc >> shift));
+    // An empty IDAT chunk: libpng reads up to the first one for the header.
+    for (uint8_t b : { 0, 0, 0, 0, 0x49, 0x44, 0x41, 0x54, 0x35, 0xAF, 0x06, 0x1E })
+        png.push_back(b);
+    writeBytes(dir.path("huge.png"), png);
+    writeBytes(dir.path("t.lut"), encodeLutFile(identityTable(2)));
+    expectOneErrorLine(runZelut({ "apply", "--lut", dir.path("t.lut"), dir.path("huge.png"),
+                           dir.path("o.png") }),
+        1, "zelut apply: " + dir.path("huge.png") + ": 60000x60000 is more than 2^28 pixels");
+
+    const ZelutRun version = runZelut({ "--version" });
+    EXPECT_EQ(version.status, 0);
+    EXPECT_EQ(version.out.rfind("zelut ", 0), 0u) << version.out;
+}
+
+// --lut takes .cube and .3dl tables as they are, rendering exactly as their
+// converted LUT files do.
+TEST(ZelutCommand, ApplyTakesTextTables)
+{
+    TempDir dir;
+    writeText(dir.path("look.cube"), identityCubeText(5));
+    writeText(dir.path("look.3dl"), "0 1023\n0 0 0\n0 0 900\n0 900 0\n0 900 900\n"
+                                    "900 0 0\n900 0 900\n900 900 0\n900 900 900\n");
+    std::vector<uint8_t> frames(64 * 32 * 3 / 2 * 2);
+    std::mt19937 rng(5);
+    for (uint8_t& b : frames)
+        b = static_cast<uint8_t>(rng());
+    writeBytes(dir.path("in.yuv"), frames);
+    for (const char* look : { "look.cube", "look.3dl" }) {
+        const std::string converted = dir.path(std::string(look) + ".lut");
+        ASSERT_EQ(runZelut({ "convert", dir.path(look), converted }).status, 0);
+        for (const std::string& table : { dir.path(look), converted }) {
+            const ZelutRun r = runZelut({ "apply", "--lut", table, "--size", "64x32", dir.path("in.yuv"),
+                table + ".yuv" });
+            ASSERT_EQ(r.status, 0) << r.err;
+        }
+        EXPECT_EQ(readBytes(dir.path(look) + ".yuv"), readBytes(converted + ".yuv")) << look;
+    }
+    EXPECT_NE(readBytes(dir.path("look.cube.yuv")), readBytes(dir.path("look.3dl.yuv")));
 }
 
 TEST(ZelutCommand, InfoRefusesBadFilesWithOneClearLine)
@@ -244,8 +316,9 @@ TEST(ZelutCommand, ApplyRefusesRawFilesOfTheWrongSize)
         1, "zelut apply: " + dir.path("none.png") + ": No such file or directory");
 }
 
-// The PNG path: the image converted to NV12 with the tool's converter,
-// rendered by the library, converted back; alpha untouched.
+// The PNG path: the image, padded to even sides with its last column and
+// row, converted to NV12 with the tool's converter, rendered by the library,
+// converted back and cropped; alpha untouched.
 TEST(ZelutCommand, ApplyRoundTripsAPng)
 {
     TempDir dir;
@@ -262,24 +335,59 @@ TEST(ZelutCommand, ApplyRoundTripsAPng)
     RgbImage out;
     ASSERT_TRUE(readPng(dir.path("out.png"), out, error)) << error;
 
-    YuvFrame frame(41, 23);
-    rgbToYuv(image.pixels.data(), 4, image.rowBytes(), ColourMatrix::Bt601, ColourRange::Video,
+    RgbImage padded(42, 24, true);
+    for (uint32_t y = 0; y < 24; ++y)
+        for (uint32_t x = 0; x < 42; ++x)
+            std::memcpy(padded.pixel(x, y), image.pixel(std::min(x, 40u), std::min(y, 22u)), 4);
+    YuvFrame frame(42, 24);
+    rgbToYuv(padded.pixels.data(), 4, padded.rowBytes(), ColourMatrix::Bt601, ColourRange::Video,
         false, frame);
-    const std::string lutPath = dir.path("t.lut");
-    Lut3DTable* table = ZecLut3DLoadTableFromFile(lutPath.c_str());
-    ASSERT_NE(table, nullptr);
-    Lut3DEffect* effect = ZecLut3DCreateEffect(1);
-    Lut3DFrame f = { frame.luma(), frame.chroma(), nullptr, 41, int32_t(frame.chromaStride()) };
-    ASSERT_EQ(ZecLut3DRenderEffect(effect, table, &f, &f, 0, 0, 0, 41, 23, 0), 1);
-    ZecLut3DDestroyEffect(effect);
-    ZecLut3DDestroyTable(table);
-    RgbImage want = image;
-    yuvToRgb(frame, ColourMatrix::Bt601, ColourRange::Video, false, want.pixels.data(), 4,
-        want.rowBytes());
+    const TablePtr table(ZecLut3DLoadTableFromFile(dir.path("t.lut").c_str()));
+    const EffectPtr effect(ZecLut3DCreateEffect(1));
+    Lut3DFrame f = { frame.luma(), frame.chroma(), nullptr, 42, int32_t(frame.chromaStride()) };
+    ASSERT_EQ(ZecLut3DRenderEffect(effect.get(), table.get(), &f, &f, 0, 0, 0, 42, 24, 0), 1);
+    yuvToRgb(frame, ColourMatrix::Bt601, ColourRange::Video, false, padded.pixels.data(), 4,
+        padded.rowBytes());
     ASSERT_TRUE(out.hasAlpha);
-    EXPECT_EQ(out.pixels, want.pixels);
-    for (size_t i = 3; i < out.pixels.size(); i += 4)
-        ASSERT_EQ(out.pixels[i], image.pixels[i]);
+    for (uint32_t y = 0; y < 23; ++y)
+        for (uint32_t x = 0; x < 41; ++x) {
+            ASSERT_EQ(0, std::memcmp(out.pixel(x, y), padded.pixel(x, y), 3)) << x << "," << y;
+            ASSERT_EQ(out.pixel(x, y)[3], image.pixel(x, y)[3]);
+        }
+}
+
+// A flat colour stays flat up to the last odd column and row, and a 16-bit
+// mid-grey is 128 as at 8 bits, written with 8 bits and a warning.
+TEST(ZelutCommand, ApplyPngEdgesAndDepth)
+{
+    TempDir dir;
+    writeBytes(dir.path("id.lut"), encodeLutFile(identityTable(17)));
+    RgbImage flat(7, 5);
+    for (size_t i = 0; i < flat.pixels.size(); i += 3)
+        std::memcpy(&flat.pixels[i], "\xC8\x30\x50", 3);
+    std::string error;
+    ASSERT_TRUE(writePng(dir.path("flat.png"), flat, error)) << error;
+    ASSERT_EQ(runZelut({ "apply", "--lut", dir.path("id.lut"), dir.path("flat.png"),
+                  dir.path("flat-out.png") }).status, 0);
+    RgbImage out;
+    ASSERT_TRUE(readPng(dir.path("flat-out.png"), out, error)) << error;
+    for (uint32_t y = 0; y < 5; ++y)
+        for (uint32_t x = 0; x < 7; ++x)
+            ASSERT_EQ(0, std::memcmp(out.pixel(x, y), out.pixel(0, 0), 3)) << x << "," << y;
+
+    png_image png {};
+    png.version = PNG_IMAGE_VERSION;
+    png.width = 4;
+    png.height = 2;
+    png.format = PNG_FORMAT_LINEAR_RGB;
+    const std::vector<uint16_t> grey(24, 0x8080);
+    ASSERT_TRUE(png_image_write_to_file(&png, dir.path("deep.png").c_str(), 0, grey.data(), 0, nullptr));
+    const ZelutRun r = runZelut({ "apply", "--lut", dir.path("id.lut"), dir.path("deep.png"),
+        dir.path("deep-out.png") });
+    expectOneErrorLine(r, 0, "zelut apply: " + dir.path("deep.png") + " has 16 bits per channel; "
+            + dir.path("deep-out.png") + " was written with 8");
+    ASSERT_TRUE(readPng(dir.path("deep-out.png"), out, error)) << error;
+    EXPECT_EQ(out.pixels, std::vector<uint8_t>(24, 128));
 }
 
 TEST(ZelutCommand, DemoAndBenchRunWithoutInput)

@@ -1,4 +1,6 @@
+#include <algorithm>
 #include <cstdio>
+#include <cstring>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -12,7 +14,8 @@ namespace {
 
 const char kHelp[] = "usage: zelut apply --lut F.lut [options] IN OUT\n"
                      "\n"
-                     "Renders IN through the table F.lut into OUT.\n"
+                     "Renders IN through the table F.lut (or a .cube or .3dl table, converted\n"
+                     "on the fly) into OUT.\n"
                      "  raw frames  IN and OUT hold any number of NV12 (or NV21) frames back to\n"
                      "              back; --size gives their size. '-' is standard input or\n"
                      "              output. A progress bar is drawn on stderr when it is a\n"
@@ -23,8 +26,11 @@ const char kHelp[] = "usage: zelut apply --lut F.lut [options] IN OUT\n"
                      "  PNG images  IN.png and OUT.png: the image is converted to NV12/NV21 with\n"
                      "              the same matrix and range, rendered by the library, converted\n"
                      "              back and written as PNG (an alpha channel is kept as it is).\n"
+                     "              Odd sides are padded with their last column or row for\n"
+                     "              the chroma and cropped after. 16-bit images are written\n"
+                     "              with 8 bits per channel, with a warning.\n"
                      "\n"
-                     "  --lut F.lut           the table (required)\n"
+                     "  --lut F.lut           the table: .lut, .cube or .3dl (required)\n"
                      "  --size WxH            frame size of raw frames\n"
                      "  --format nv12|nv21    chroma byte order (default nv12)\n"
                      "  --matrix bt601|bt709  colour matrix (default bt709)\n"
@@ -81,6 +87,21 @@ private:
 
 // Input problems are reported before the table is loaded: they are the
 // likelier mistake and cost nothing to find.
+// An image padded to even sides with copies of its last column and row, so
+// that every 2x2 chroma block holds real pixels.
+RgbImage evenSided(const RgbImage& image)
+{
+    RgbImage padded(image.width + image.width % 2, image.height + image.height % 2, image.hasAlpha);
+    for (uint32_t y = 0; y < padded.height; ++y)
+        for (uint32_t x = 0; x < padded.width; ++x)
+            std::memcpy(padded.pixel(x, y),
+                image.pixel(std::min(x, image.width - 1), std::min(y, image.height - 1)),
+                image.channels());
+    return padded;
+}
+
+// Input problems are reported before the table is loaded: they are the
+// likelier mistake and cost nothing to find.
 void applyPng(const std::string& lut, const RenderSettings& settings, const std::string& in,
     const std::string& out)
 {
@@ -90,14 +111,20 @@ void applyPng(const std::string& lut, const RenderSettings& settings, const std:
         fail(error);
     const TablePtr table = loadTable(lut);
     const EffectPtr effect(ZecLut3DCreateEffect(settings.threads));
-    YuvFrame frame(image.width, image.height);
-    rgbToYuv(image.pixels.data(), image.channels(), image.rowBytes(), settings.matrix,
+    RgbImage padded = evenSided(image);
+    YuvFrame frame(padded.width, padded.height);
+    rgbToYuv(padded.pixels.data(), padded.channels(), padded.rowBytes(), settings.matrix,
         settings.range, settings.nv21, frame);
     renderFrame(effect.get(), table.get(), settings, frame, frame);
-    yuvToRgb(frame, settings.matrix, settings.range, settings.nv21, image.pixels.data(),
-        image.channels(), image.rowBytes());
+    yuvToRgb(frame, settings.matrix, settings.range, settings.nv21, padded.pixels.data(),
+        padded.channels(), padded.rowBytes());
+    for (uint32_t y = 0; y < image.height; ++y)
+        std::memcpy(image.pixel(0, y), padded.pixel(0, y), image.rowBytes());
     if (!writePng(out, image, error))
         fail(error);
+    if (image.from16Bits)
+        std::fprintf(stderr, "zelut apply: %s has 16 bits per channel; %s was written with 8\n",
+            in.c_str(), out.c_str());
     std::printf("%s: %ux%u image rendered (%s)\n", out.c_str(), image.width, image.height,
         settings.describe().c_str());
 }

@@ -29,10 +29,8 @@ int runInfo(const Args& args)
     const std::string& path = a.positional[0];
     // The library decides whether the file is acceptable; the fields are
     // then read from the same bytes for display.
-    const TablePtr table = loadTable(path);
     std::string bytes, error;
-    if (!readWholeFile(path, bytes, error))
-        fail(error);
+    const TablePtr table = loadTable(path, &bytes);
     LutFileInfo info;
     if (!decodeLutFile(bytes, info, error))
         fail(path + ": " + error);

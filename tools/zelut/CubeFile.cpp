@@ -1,81 +1,10 @@
 #include "CubeFile.h"
 
-#include <charconv>
 #include <cmath>
 
+#include "TextLines.h"
+
 namespace {
-
-bool isSpace(char c)
-{
-    return c == ' ' || c == '\t' || c == '\r' || c == '\f' || c == '\v';
-}
-
-std::vector<std::string_view> splitTokens(std::string_view line)
-{
-    std::vector<std::string_view> tokens;
-    size_t i = 0;
-    while (i < line.size()) {
-        while (i < line.size() && isSpace(line[i]))
-            ++i;
-        const size_t start = i;
-        while (i < line.size() && !isSpace(line[i]))
-            ++i;
-        if (i > start)
-            tokens.push_back(line.substr(start, i - start));
-    }
-    return tokens;
-}
-
-std::string_view trim(std::string_view s)
-{
-    while (!s.empty() && isSpace(s.front()))
-        s.remove_prefix(1);
-    while (!s.empty() && isSpace(s.back()))
-        s.remove_suffix(1);
-    return s;
-}
-
-bool isLetter(char c)
-{
-    return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z');
-}
-
-// A keyword is a word such as LUT_3D_SIZE (in any case); anything else on a
-// line of its own is taken as table data, "nan" and "inf" included, so that
-// they are refused as numbers rather than as keywords.
-bool isKeyword(std::string_view token)
-{
-    double number;
-    const auto read = std::from_chars(token.data(), token.data() + token.size(), number);
-    if (token.empty() || !isLetter(token[0]) || read.ptr == token.data() + token.size())
-        return false;
-    for (char c : token)
-        if (!(isLetter(c) || (c >= '0' && c <= '9') || c == '_'))
-            return false;
-    return true;
-}
-
-std::string upper(std::string_view word)
-{
-    std::string out(word);
-    for (char& c : out)
-        if (c >= 'a' && c <= 'z')
-            c = static_cast<char>(c - 'a' + 'A');
-    return out;
-}
-
-// Locale-independent, whole-token, finite numbers only.
-bool parseNumber(std::string_view token, double& value)
-{
-    std::string_view digits = token;
-    if (!digits.empty() && digits[0] == '+')
-        digits.remove_prefix(1);
-    if (digits.empty() || digits[0] == '+')
-        return false;
-    const auto result = std::from_chars(digits.data(), digits.data() + digits.size(), value);
-    return result.ec == std::errc() && result.ptr == digits.data() + digits.size()
-        && std::isfinite(value);
-}
 
 class CubeParser {
 public:
@@ -89,24 +18,19 @@ public:
     bool parse(std::string_view text)
     {
         m_cube = CubeTable();
-        if (text.substr(0, 3) == "\xEF\xBB\xBF")
-            text.remove_prefix(3); // a UTF-8 byte-order mark
-        uint32_t line = 0;
-        size_t at = 0;
-        while (at < text.size()) {
-            // LF, CRLF or a lone CR ends a line.
-            size_t end = text.find_first_of("\r\n", at);
-            if (end == std::string_view::npos)
-                end = text.size();
-            ++line;
-            if (line == 1 && !looksLikeCube(text.substr(at, end - at)))
-                return refuseWhole("not a .cube table (its first line is neither a keyword, "
-                                   "a comment nor a table entry)");
-            if (!parseLine(line, text.substr(at, end - at)))
-                return false;
-            at = end + (text.compare(end, 2, "\r\n") == 0 ? 2 : 1);
-        }
-        return finish(line);
+        uint32_t lines = 0, tooLong = 0;
+        const bool read = forEachLine(
+            text,
+            [this](uint32_t line, std::string_view content) {
+                if (line == 1 && !looksLikeCube(content))
+                    return refuseWhole("not a .cube table (its first line is neither a "
+                                       "keyword, a comment nor a table entry)");
+                return parseLine(line, content);
+            },
+            lines, tooLong);
+        if (tooLong != 0)
+            return refuse(tooLong, "line longer than " + std::to_string(kTextLineMaxBytes) + " bytes");
+        return read && finish(lines);
     }
 
 private:
@@ -119,7 +43,7 @@ private:
     // A text file of keywords, comments and numbers starts like one.
     static bool looksLikeCube(std::string_view first)
     {
-        const std::string_view t = trim(first);
+        const std::string_view t = trimText(first);
         if (t.empty() || t[0] == '#')
             return true;
         for (char c : t)
@@ -159,7 +83,7 @@ private:
 
     bool parseLine(uint32_t line, std::string_view raw)
     {
-        const std::string_view text = trim(raw);
+        const std::string_view text = trimText(raw);
         if (text.empty() || text[0] == '#')
             return true;
         const std::vector<std::string_view> tokens = splitTokens(text);
@@ -170,11 +94,11 @@ private:
 
     bool keyword(uint32_t line, std::string_view text, const std::vector<std::string_view>& tokens)
     {
-        const std::string key = upper(tokens[0]);
+        const std::string key = upperText(tokens[0]);
         if (!m_cube.values.empty() || !m_cube.shaper.empty())
             return refuse(line, key + " after the table data");
         if (key == "TITLE") {
-            std::string_view title = trim(text.substr(5));
+            std::string_view title = trimText(text.substr(5));
             if (title.size() >= 2 && title.front() == '"' && title.back() == '"')
                 title = title.substr(1, title.size() - 2);
             m_cube.title = std::string(title);

@@ -37,9 +37,17 @@ struct RgbImage {
 
     uint32_t width = 0, height = 0;
     bool hasAlpha = false;
+    bool from16Bits = false; // read from 16 bits per channel, rounded to 8
     std::vector<uint8_t> pixels; // rows top to bottom, no padding
 };
 
+// A PNG file is read whole, up to this size.
+constexpr uint64_t kPngMaxBytes = 1u << 30;
+// Images declaring more pixels are refused before anything is allocated.
+constexpr uint64_t kPngMaxPixels = 1u << 28;
+
+// 16-bit channels are taken as the coded values they are (0x8080 is 128),
+// not as linear light.
 bool readPng(const std::string& path, RgbImage& image, std::string& error);
 bool writePng(const std::string& path, const RgbImage& image, std::string& error);
 

@@ -2,8 +2,11 @@
 
 #include <unistd.h>
 
+#include "CubeFile.h"
 #include "LibraryMessages.h"
 #include "LutFile.h"
+#include "TextLines.h"
+#include "ThreeDlFile.h"
 #include "ToolFiles.h"
 
 void fail(const std::string& message)
@@ -133,38 +136,67 @@ std::string RenderSettings::describeThreads() const
     return std::to_string(threads) + " threads";
 }
 
-TablePtr loadTable(const std::string& path)
+bool readTextTable(const std::string& path, LutTable& lut, std::string& title, std::string& error)
 {
+    std::string text;
+    if (!readWholeFile(path, text, error, kTextTableMaxBytes))
+        return false;
+    title.clear();
+    if (endsWithIgnoringCase(path, ".3dl"))
+        return parse3dl(text, path, lut, error);
+    CubeTable cube;
+    if (!parseCube(text, path, cube, error) || !cubeToLut(cube, path, lut, error))
+        return false;
+    title = cube.title;
+    return true;
+}
+
+bool isTextTablePath(const std::string& path)
+{
+    return endsWithIgnoringCase(path, ".cube") || endsWithIgnoringCase(path, ".3dl");
+}
+
+TablePtr loadTable(const std::string& path, std::string* fileBytes)
+{
+    std::string error;
+    if (isTextTablePath(path)) {
+        LutTable lut;
+        std::string title;
+        if (!readTextTable(path, lut, title, error))
+            fail(error);
+        return loadTableBytes(encodeLutFile(lut), path);
+    }
+    // The largest file whose levels start right after the header; a table
+    // whose levels lie further in is read by the library from the file.
+    const uint64_t limit = kLut3DHeaderBytes + 4 * kLut3DMaxLevels
+        + Lut3DEntryBytes(kLut3DMaxLevels, kLut3DEntryWide, true);
+    std::string bytes;
+    bool truncated = false;
+    if (!readFilePrefix(path, limit, bytes, truncated, error))
+        fail(error);
     clearLibraryMessages();
-    TablePtr table(ZecLut3DLoadTableFromFile(path.c_str()));
+    TablePtr table(ZecLut3DLoadTableFromMemory(bytes.data(), bytes.size()));
+    if (!table && truncated) {
+        clearLibraryMessages();
+        table.reset(ZecLut3DLoadTableFromFile(path.c_str()));
+    }
     if (!table) {
         // The library names most problems itself; for the ones it refuses
-        // silently, the tool's own reading of the file gives the reason.
-        std::string bytes, readError;
-        std::string reason = "refused by the library";
-        if (!readWholeFile(path, bytes, readError)) {
-            reason = readError.substr(path.size() + 2);
-        } else {
-            const std::string problem = lutFileProblem(bytes);
-            if (!problem.empty())
-                reason = problem;
-        }
-        fail(path + ": " + libraryReason(reason));
+        // silently, the tool's own reading of the same bytes gives the reason.
+        const std::string problem = lutFileProblem(bytes);
+        fail(path + ": " + libraryReason(problem.empty() ? "refused by the library" : problem));
     }
+    if (fileBytes)
+        *fileBytes = std::move(bytes);
     return table;
 }
 
 TablePtr loadTableBytes(const std::vector<uint8_t>& bytes, const std::string& what)
 {
-    std::string error;
-    TemporaryFile file(bytes, ".lut", error);
-    if (file.path().empty())
-        fail("cannot write the " + what + " table: " + error);
     clearLibraryMessages();
-    TablePtr table(ZecLut3DLoadTableFromFile(file.path().c_str()));
+    TablePtr table(ZecLut3DLoadTableFromMemory(bytes.data(), bytes.size()));
     if (!table)
-        fail("the library refused the " + what
-            + " table: " + libraryReason("no table (is the LUT file loader part of this build?)"));
+        fail(what + ": the library refused the table: " + libraryReason("no reason given"));
     return table;
 }
 

@@ -21,6 +21,7 @@
 #include <vector>
 
 #include "ColourConvert.h"
+#include "LutFile.h"
 #include "ZeLut3D.h"
 
 struct ToolError {
@@ -74,9 +75,16 @@ struct EffectDeleter {
 using TablePtr = std::unique_ptr<Lut3DTable, TableDeleter>;
 using EffectPtr = std::unique_ptr<Lut3DEffect, EffectDeleter>;
 
-// Loads through the library's public loader; fails with its reason.
-TablePtr loadTable(const std::string& path);
-// Writes the LUT file bytes to a temporary file and loads that.
+// A .cube or .3dl table (by the path's ending, any case) read and converted.
+bool isTextTablePath(const std::string& path);
+bool readTextTable(const std::string& path, LutTable& lut, std::string& title, std::string& error);
+
+// Loads a LUT file (or a .cube or .3dl table, converted on the fly) through
+// the library's public loader, reading the file once and at most as far as
+// a valid table reaches; fails with the library's reason. fileBytes, when
+// given, receives the bytes read.
+TablePtr loadTable(const std::string& path, std::string* fileBytes = nullptr);
+// Loads LUT file bytes made in memory; `what` names them in a failure.
 TablePtr loadTableBytes(const std::vector<uint8_t>& bytes, const std::string& what);
 
 // Renders frame into out (the same size; may be the same object).

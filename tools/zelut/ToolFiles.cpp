@@ -29,7 +29,8 @@ bool endsWithIgnoringCase(const std::string& text, const std::string& suffix)
     return true;
 }
 
-bool readWholeFile(const std::string& path, std::string& data, std::string& error)
+bool readFilePrefix(
+    const std::string& path, uint64_t limit, std::string& data, bool& truncated, std::string& error)
 {
     std::FILE* file = std::fopen(path.c_str(), "rb");
     if (!file) {
@@ -37,15 +38,34 @@ bool readWholeFile(const std::string& path, std::string& data, std::string& erro
         return false;
     }
     data.clear();
+    truncated = false;
     char buffer[65536];
     size_t got;
-    while ((got = std::fread(buffer, 1, sizeof buffer, file)) > 0)
-        data.append(buffer, got);
+    // One byte past the limit tells a file of exactly `limit` bytes from a
+    // longer one without reading the rest.
+    while (!truncated && (got = std::fread(buffer, 1, sizeof buffer, file)) > 0) {
+        const uint64_t room = limit - data.size();
+        truncated = got > room;
+        data.append(buffer, truncated ? static_cast<size_t>(room) : got);
+    }
     const bool failed = std::ferror(file) != 0;
     if (failed)
         error = systemError(path);
     std::fclose(file);
     return !failed;
+}
+
+bool readWholeFile(const std::string& path, std::string& data, std::string& error, uint64_t limit)
+{
+    bool truncated = false;
+    if (!readFilePrefix(path, limit, data, truncated, error))
+        return false;
+    if (truncated) {
+        data.clear();
+        error = path + ": larger than " + std::to_string(limit) + " bytes, too large to read";
+        return false;
+    }
+    return true;
 }
 
 bool writeFileReplacing(const std::string& path, const void* data, size_t size, std::string& error)
@@ -261,39 +281,3 @@ bool ReplacingFile::commit(std::string& error)
     return true;
 }
 
-TemporaryFile::TemporaryFile(
-    const std::vector<uint8_t>& bytes, const char* suffix, std::string& error)
-{
-    const char* dir = std::getenv("TMPDIR");
-    std::string name = std::string(dir && *dir ? dir : "/tmp") + "/zelut-XXXXXX" + suffix;
-    const int fd = ::mkstemps(&name[0], static_cast<int>(std::strlen(suffix)));
-    if (fd < 0) {
-        error = systemError(name);
-        return;
-    }
-    size_t done = 0;
-    while (done < bytes.size()) {
-        const ssize_t n = ::write(fd, bytes.data() + done, bytes.size() - done);
-        if (n < 0 && errno == EINTR)
-            continue;
-        if (n <= 0) {
-            error = systemError(name);
-            ::close(fd);
-            ::unlink(name.c_str());
-            return;
-        }
-        done += static_cast<size_t>(n);
-    }
-    if (::close(fd) != 0) {
-        error = systemError(name);
-        ::unlink(name.c_str());
-        return;
-    }
-    m_path = name;
-}
-
-TemporaryFile::~TemporaryFile()
-{
-    if (!m_path.empty())
-        ::unlink(m_path.c_str());
-}

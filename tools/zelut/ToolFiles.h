@@ -3,7 +3,7 @@
  *
  *   std::string error;
  *   std::string text;
- *   if (!readWholeFile("in.cube", text, error)) ...        // error: "in.cube: No such file..."
+ *   if (!readWholeFile("in.cube", text, error, limit)) ... // error: "in.cube: No such file..."
  *   if (!writeFileReplacing("out.lut", bytes, error)) ...  // OUT appears complete or not at all
  *
  * A regular file (or one that does not exist yet) is written through a
@@ -24,7 +24,12 @@
 #include <string>
 #include <vector>
 
-bool readWholeFile(const std::string& path, std::string& data, std::string& error);
+// At most `limit` bytes; truncated tells whether the file went on. Reads from
+// pipes and devices too, never more than the limit.
+bool readFilePrefix(
+    const std::string& path, uint64_t limit, std::string& data, bool& truncated, std::string& error);
+// The whole file, or a refusal when it holds more than `limit` bytes.
+bool readWholeFile(const std::string& path, std::string& data, std::string& error, uint64_t limit);
 bool writeFileReplacing(const std::string& path, const void* data, size_t size, std::string& error);
 
 // An output being written: under a temporary name for a regular file (then
@@ -62,17 +67,6 @@ bool outputIsNotAnInput(const std::string& output, const std::vector<std::string
 
 // A temporary file in TMPDIR (or /tmp) holding the given bytes; removed on
 // destruction. path() is empty when it could not be created.
-class TemporaryFile {
-public:
-    TemporaryFile(const std::vector<uint8_t>& bytes, const char* suffix, std::string& error);
-    ~TemporaryFile();
-    TemporaryFile(const TemporaryFile&) = delete;
-    TemporaryFile& operator=(const TemporaryFile&) = delete;
-    const std::string& path() const { return m_path; }
-
-private:
-    std::string m_path;
-};
 
 // "path: reason" from errno.
 std::string systemError(const std::string& path);

@@ -18,13 +18,14 @@ const char kUsage[]
       "Recolour NV12/NV21 video frames and images through 3D LUT files.\n"
       "\n"
       "commands:\n"
-      "  convert   turn a .cube table into a LUT file (or write an identity table)\n"
+      "  convert   turn a .cube or .3dl table into a LUT file (or write an identity table)\n"
       "  info      show what a LUT file holds, or why the library refuses it\n"
       "  apply     render raw NV12/NV21 frames or a PNG image through a LUT file\n"
       "  bench     time the renderer on synthetic frames\n"
       "  demo      render a test chart through a sample grade and save PNGs\n"
       "\n"
-      "'zelut <command> --help' describes each command.\n"
+      "'zelut <command> --help' describes each command; 'zelut --version' prints\n"
+      "the version.\n"
       "Exit status: 0 success, 1 failure, 2 bad usage.\n";
 
 struct Command {
@@ -46,6 +47,10 @@ int main(int argc, char** argv)
         return 2;
     }
     const std::string name = argv[1];
+    if (name == "--version") {
+        std::printf("zelut %s\n", ZELUT_VERSION);
+        return 0;
+    }
     if (name == "--help" || name == "-h" || name == "help") {
         std::fputs(kUsage, stdout);
         return 0;
