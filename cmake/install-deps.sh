@@ -5,7 +5,7 @@
 set -euo pipefail
 
 host_pkgs=(cmake ninja-build g++ make pkgconf googletest zlib1g-dev android-liblog-dev android-liblog
-           libbenchmark-dev libpng-dev clang libclang-rt-14-dev default-jdk-headless)
+           libbenchmark-dev libpng-dev clang libclang-rt-14-dev default-jdk-headless ffmpeg)
 arm64_pkgs=(g++-aarch64-linux-gnu qemu-user llvm-14 android-liblog-dev:arm64 android-liblog:arm64
             zlib1g-dev:arm64 libpng-dev:arm64)
 
