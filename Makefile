@@ -11,7 +11,8 @@ JOBS ?= $(shell nproc)
 GEN := $(shell command -v ninja >/dev/null 2>&1 && echo "-G Ninja")
 CTEST := ctest --output-on-failure -j $(JOBS)
 FUZZ_SECONDS ?= 60
-FUZZ_TARGETS := fuzz_uncompress fuzz_string_number fuzz_lut_file fuzz_utf8 fuzz_text_decoder
+FUZZ_TARGETS := fuzz_uncompress fuzz_string_number fuzz_lut_file fuzz_utf8 fuzz_text_decoder \
+  fuzz_cube fuzz_3dl fuzz_y4m_header fuzz_png
 
 .PHONY: all deps deps-arm64 build test test-arm64 test-sanitize bench mca fuzz fuzz-corpus demo clean
 
@@ -69,7 +70,7 @@ mca: deps-arm64
 # New inputs go to build/fuzz/corpus/<target>; fuzz/corpus/<target> holds the seeds.
 build/fuzz/CMakeCache.txt: | deps
 	cmake -S . -B build/fuzz $(GEN) -DCMAKE_BUILD_TYPE=RelWithDebInfo -DZE_BUILD_FUZZ=ON \
-	  -DZE_BUILD_TESTS=OFF -DZE_BUILD_TOOLS=OFF -DZE_SANITIZE=address,undefined \
+	  -DZE_BUILD_TESTS=OFF -DZE_BUILD_TOOLS=ON -DZE_BUILD_JAVA=OFF -DZE_SANITIZE=address,undefined \
 	  -DCMAKE_C_COMPILER=clang -DCMAKE_CXX_COMPILER=clang++
 
 fuzz: deps build/fuzz/CMakeCache.txt

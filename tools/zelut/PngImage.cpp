@@ -9,8 +9,11 @@
 bool readPng(const std::string& path, RgbImage& image, std::string& error)
 {
     std::string bytes;
-    if (!readWholeFile(path, bytes, error, kPngMaxBytes))
-        return false;
+    return readWholeFile(path, bytes, error, kPngMaxBytes) && decodePng(bytes, path, image, error);
+}
+
+bool decodePng(const std::string& bytes, const std::string& path, RgbImage& image, std::string& error)
+{
     png_image png;
     std::memset(&png, 0, sizeof png);
     png.version = PNG_IMAGE_VERSION;

@@ -49,6 +49,8 @@ constexpr uint64_t kPngMaxPixels = 1u << 28;
 // 16-bit channels are taken as the coded values they are (0x8080 is 128),
 // not as linear light.
 bool readPng(const std::string& path, RgbImage& image, std::string& error);
+// The same from bytes in memory; path only names them in an error.
+bool decodePng(const std::string& bytes, const std::string& path, RgbImage& image, std::string& error);
 bool writePng(const std::string& path, const RgbImage& image, std::string& error);
 
 #endif
