@@ -143,6 +143,15 @@ TEST(CubeFile, DomainBecomesTheLevels)
     ASSERT_TRUE(parseCube("DOMAIN_MIN 1 1 1\nLUT_3D_SIZE 2\n" + entries(8), "e.cube", cube, error));
     EXPECT_FALSE(cubeToLut(cube, "e.cube", lut, error));
     EXPECT_EQ(error, "e.cube:1: DOMAIN_MAX must be above DOMAIN_MIN");
+
+    // Levels must survive single precision: finite and strictly increasing.
+    for (const char* domain : { "DOMAIN_MIN -1e308 -1e308 -1e308\nDOMAIN_MAX 1e308 1e308 1e308\n",
+             "DOMAIN_MIN 0 0 0\nDOMAIN_MAX 1e-50 1e-50 1e-50\n",
+             "DOMAIN_MIN 1 1 1\nDOMAIN_MAX 1.00000001 1.00000001 1.00000001\n" }) {
+        ASSERT_TRUE(parseCube(std::string(domain) + "LUT_3D_SIZE 3\n" + entries(27), "f.cube", cube, error));
+        EXPECT_FALSE(cubeToLut(cube, "f.cube", lut, error)) << domain;
+        EXPECT_EQ(error, "f.cube:2: the input levels are not finite and strictly increasing as 32-bit floats");
+    }
 }
 
 TEST(CubeFile, SharedShaperBecomesTheLevels)
