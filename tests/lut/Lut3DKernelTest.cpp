@@ -38,19 +38,6 @@ std::array<uint8_t, 3> toRgb(const Lut3DConstants* k, uint8_t y, uint8_t u, uint
     return {rgb0[0], rgb0[1], rgb0[2]};
 }
 
-TEST(Lut3DConstants, GridScaleOnlyForUniformTables)
-{
-    TablePtr uniform65 = buildTable(uniformLevels(65), identityEntries(65));
-    Constants c(uniform65.get(), 0, 0);
-    EXPECT_EQ(c.k->gridScale[0], 8224); // 64/255 * 32768 = 8224.1
-    std::vector<float> levels = uniformLevels(33);
-    levels[5] += 0.01f;
-    TablePtr nonUniform = buildTable(levels, identityEntries(33));
-    Lut3DBuildConstants(c.k, nonUniform.get(), 1, 1);
-    EXPECT_EQ(c.k->gridScale[0], 8224); // left as it was
-    EXPECT_EQ(c.k->lumaScale[0], 8192);
-}
-
 TEST(Lut3DReferenceKernel, KnownYuvToRgb)
 {
     TablePtr t = buildTable(uniformLevels(2), identityEntries(2));
@@ -206,28 +193,6 @@ TEST(Lut3DRender, OneLevelTableGivesEveryPixelItsCell)
             ASSERT_EQ(f.chromaRow(y)[x], 82);
             ASSERT_EQ(f.chromaRow(y)[x + 1], 57);
         }
-}
-
-TEST(Lut3DRender, NV21IsNV12WithChromaSwapped)
-{
-    std::mt19937 rng(21);
-    TablePtr t = buildTable(uniformLevels(9), randomEntries(9, rng));
-    TestFrame nv12(29, 6), nv21(29, 6);
-    nv12.fillRandom(4);
-    nv21.luma = nv12.luma;
-    for (size_t i = 0; i < nv12.chroma.size(); i += 2) {
-        nv21.chroma[i] = nv12.chroma[i + 1];
-        nv21.chroma[i + 1] = nv12.chroma[i];
-    }
-    EffectPtr e(ZecLut3DCreateEffect(1));
-    Lut3DFrame a = nv12.descriptor(), b = nv21.descriptor();
-    ASSERT_EQ(ZecLut3DRenderEffect(e.get(), t.get(), &a, &a, 0, 1, 2, 29, 6, 0), 1);
-    ASSERT_EQ(ZecLut3DRenderEffect(e.get(), t.get(), &b, &b, 1, 1, 2, 29, 6, 0), 1);
-    EXPECT_EQ(nv12.luma, nv21.luma);
-    for (size_t i = 0; i < nv12.chroma.size(); i += 2) {
-        ASSERT_EQ(nv21.chroma[i], nv12.chroma[i + 1]);
-        ASSERT_EQ(nv21.chroma[i + 1], nv12.chroma[i]);
-    }
 }
 
 TEST(Lut3DRender, InPlaceAndBottomUpEqualOutOfPlace)

@@ -37,30 +37,6 @@ TEST(Lut3DTableBuilder, GridLayoutAndStrides)
     }
 }
 
-TEST(Lut3DTableBuilder, UniformThirtyThreeLevels)
-{
-    const std::vector<float> levels = uniformLevels(33);
-    TablePtr t = buildTable(levels, identityEntries(33));
-    ASSERT_TRUE(t);
-    EXPECT_EQ(t->uniform, 1);
-    EXPECT_EQ(indexEntry(t.get(), 0), std::make_pair(0, 0));
-    EXPECT_EQ(indexEntry(t.get(), 255), std::make_pair(32, 0));
-    // 128/255 = 0.50196 lies 0.0627 of a step above level 16 (0.5): 8/128.
-    EXPECT_EQ(indexEntry(t.get(), 128), std::make_pair(16, 8));
-    // 1/255 lies 0.1255 of a step above level 0: 16/128.
-    EXPECT_EQ(indexEntry(t.get(), 1), std::make_pair(0, 16));
-}
-
-TEST(Lut3DTableBuilder, MovedInnerLevelIsNotUniform)
-{
-    std::vector<float> levels = uniformLevels(33);
-    levels[10] += 0.01f;
-    TablePtr t = buildTable(levels, identityEntries(33));
-    ASSERT_TRUE(t);
-    EXPECT_EQ(t->uniform, 0);
-    EXPECT_EQ(indexEntry(t.get(), 255), std::make_pair(32, 0));
-}
-
 TEST(Lut3DTableBuilder, ToleranceIsOneFiveHundredTwelfth)
 {
     std::vector<float> levels = uniformLevels(17);
@@ -87,18 +63,6 @@ TEST(Lut3DTableBuilder, LevelsStoppingShortOfOne)
             EXPECT_EQ(indexEntry(t.get(), v), std::make_pair(3, 0)) << v;
         else
             EXPECT_LT(indexEntry(t.get(), v).first, 3) << v;
-    }
-}
-
-TEST(Lut3DTableBuilder, OneLevelIsNeverUniform)
-{
-    for (float level : {0.0f, 0.5f, 1.0f}) {
-        std::vector<uint8_t> entry = {9, 8, 7};
-        TablePtr t = buildTable({level}, entry);
-        ASSERT_TRUE(t);
-        EXPECT_EQ(t->uniform, 0);
-        for (int v = 0; v < 256; ++v)
-            ASSERT_EQ(indexEntry(t.get(), v), std::make_pair(0, 0)) << v;
     }
 }
 

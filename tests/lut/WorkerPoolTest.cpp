@@ -38,17 +38,6 @@ std::vector<Band> bands(uint32_t height, uint32_t n)
     return out;
 }
 
-TEST(Lut3DBands, KnownCases)
-{
-    EXPECT_EQ(bands(7, 3), (std::vector<Band>{{0, 2}, {2, 4}, {4, 7}}));
-    // Height 1 on four workers: only the last one has a row.
-    const std::vector<Band> one = bands(1, 4);
-    for (uint32_t i = 0; i < 3; ++i)
-        EXPECT_LE(one[i].last, one[i].first) << "worker " << i;
-    EXPECT_EQ(one[3], (Band{0, 1}));
-    EXPECT_EQ(bands(1080, 2), (std::vector<Band>{{0, 540}, {540, 1080}}));
-}
-
 TEST(Lut3DBands, TileTheFrameOnEvenRows)
 {
     for (uint32_t h = 1; h <= 130; ++h) {
@@ -223,25 +212,6 @@ TEST(Lut3DEffectPool, WorkerLimitStopsAtTheFirstFailure)
 #endif
 }
 
-TEST(Lut3DEffectPool, ThreadCountSetsUpThePool)
-{
-    EffectPtr single(ZecLut3DCreateEffect(1));
-    EXPECT_EQ(single->pool, nullptr);
-    EXPECT_EQ(single->threadCount, 0u);
-
-    EffectPtr perCpu(ZecLut3DCreateEffect(0));
-    ASSERT_NE(perCpu->pool, nullptr);
-    EXPECT_EQ(perCpu->threadCount, static_cast<uint32_t>(CZeThread::idealThreadCount()));
-    EXPECT_EQ(perCpu->pool->workerCount(), perCpu->threadCount);
-
-    for (uint32_t n : {2u, 3u, 16u}) {
-        EffectPtr e(ZecLut3DCreateEffect(n));
-        ASSERT_NE(e->pool, nullptr);
-        EXPECT_EQ(e->threadCount, n);
-        EXPECT_EQ(e->pool->workerCount(), n);
-    }
-}
-
 struct RenderCase {
     uint32_t width, height, format, matrix;
     int32_t range;
@@ -308,43 +278,6 @@ TEST(Lut3DEffectPool, RefusalsTouchNothing)
     EXPECT_EQ(ZecLut3DRenderEffect(pooled.get(), table.get(), &d, &d, 0, 0, 0, 16, -6, 0), 0);
     EXPECT_EQ(f.pixels(), before);
     EXPECT_EQ(pooled->table, nullptr); // nothing recorded in the effect either
-}
-
-TEST(Lut3DEffectPool, BottomUpFramesMatchTheCallerThreadRender)
-{
-    TablePtr table = randomTable(uniformLevels(9), 6);
-    for (uint32_t height : {1u, 7u, 30u}) {
-        TestFrame pooledFrame(23, height, 3);
-        pooledFrame.fillRandom(height);
-        TestFrame singleFrame = pooledFrame;
-        EffectPtr pooled(ZecLut3DCreateEffect(4));
-        EffectPtr single(ZecLut3DCreateEffect(1));
-        Lut3DFrame p = pooledFrame.descriptorBottomUp(), s = singleFrame.descriptorBottomUp();
-        ASSERT_EQ(ZecLut3DRenderEffect(pooled.get(), table.get(), &p, &p, 1, 0, 1, 23, height, 0), 1);
-        ASSERT_EQ(ZecLut3DRenderEffect(single.get(), table.get(), &s, &s, 1, 0, 1, 23, height, 0), 1);
-        EXPECT_EQ(pooledFrame.pixels(), singleFrame.pixels()) << height;
-        EXPECT_TRUE(pooledFrame.paddingIntact());
-    }
-}
-
-TEST(Lut3DEffectPool, ManyCreateRenderDestroyCycles)
-{
-    TablePtr table = randomTable(uniformLevels(9), 8);
-    TestFrame input(40, 13);
-    input.fillRandom(77);
-    const std::vector<uint8_t> expected = referenceRender(input, table.get(), 1, 1, 0);
-    for (int cycle = 0; cycle < 1000; ++cycle) {
-        const uint32_t threads = 2 + cycle % 3;
-        EffectPtr e(ZecLut3DCreateEffect(threads));
-        TestFrame f = input;
-        Lut3DFrame d = f.descriptor();
-        ASSERT_EQ(ZecLut3DRenderEffect(e.get(), table.get(), &d, &d, 1, 1, 0, f.width,
-                                       static_cast<int32_t>(f.height), 0),
-                  1);
-        if (cycle % 100 == 0) {
-            ASSERT_EQ(f.pixels(), expected) << "cycle " << cycle;
-        }
-    }
 }
 
 } // namespace

@@ -284,31 +284,3 @@ TEST(ZeLut3DStress, TablesLoadWhileOthersRender)
         EXPECT_NE(m.text.find("Failed to read lut data!"), std::string::npos) << m.text;
 }
 
-// A thousand pooled effects created and destroyed, with a render now and
-// then and destruction right after creation the rest of the time. No worker
-// outlives its effect and every render is exact.
-TEST(ZeLut3DStress, ThousandPooledEffectsComeAndGo)
-{
-    SharedTable shared;
-    ASSERT_NE(shared.table, nullptr);
-    const RenderJob job = renderJobs()[2];
-    const std::vector<uint8_t> expected = referenceRender(shared.table, job);
-
-    const int baseline = settledThreads();
-    const uint32_t counts[] = {2, 3, 4, 0, 5, 8};
-    int created = 0, rendered = 0, mismatches = 0;
-    for (int cycle = 0; cycle < 1000; ++cycle) {
-        Lut3DEffect* effect = ZecLut3DCreateEffect(counts[cycle % 6]);
-        created += effect != nullptr;
-        if (cycle % 10 == 0) {
-            mismatches += !renderMatches(effect, shared.table, job, cycle % 20 == 0, expected);
-            ++rendered;
-        }
-        ZecLut3DDestroyEffect(effect);
-    }
-    EXPECT_EQ(created, 1000);
-    EXPECT_EQ(rendered, 100);
-    EXPECT_EQ(mismatches, 0);
-    EXPECT_TRUE(threadsBackTo(baseline)) << processThreads() << " threads, " << baseline
-                                         << " before";
-}

@@ -46,27 +46,6 @@ TEST(ColourConvert, KnownColours)
         "red, BT.709 full");
 }
 
-TEST(ColourConvert, Nv21SwapsTheChromaBytes)
-{
-    std::mt19937 rng(4);
-    std::vector<uint8_t> rgb(7 * 5 * 3);
-    for (uint8_t& c : rgb)
-        c = static_cast<uint8_t>(rng());
-    YuvFrame nv12(7, 5), nv21(7, 5);
-    rgbToYuv(rgb.data(), 3, 21, ColourMatrix::Bt709, ColourRange::Video, false, nv12);
-    rgbToYuv(rgb.data(), 3, 21, ColourMatrix::Bt709, ColourRange::Video, true, nv21);
-    for (size_t i = 0; i < 35; ++i)
-        EXPECT_EQ(nv12.bytes[i], nv21.bytes[i]);
-    for (size_t i = 35; i < nv12.bytes.size(); i += 2) {
-        EXPECT_EQ(nv12.bytes[i], nv21.bytes[i + 1]);
-        EXPECT_EQ(nv12.bytes[i + 1], nv21.bytes[i]);
-    }
-    std::vector<uint8_t> back12(rgb.size()), back21(rgb.size());
-    yuvToRgb(nv12, ColourMatrix::Bt709, ColourRange::Video, false, back12.data(), 3, 21);
-    yuvToRgb(nv21, ColourMatrix::Bt709, ColourRange::Video, true, back21.data(), 3, 21);
-    EXPECT_EQ(back12, back21);
-}
-
 TEST(ColourConvert, OddEdgesAverageOnlyRealPixelsAndAlphaIsKept)
 {
     // 3x3 RGBA: the right column and bottom row form blocks of their own.

@@ -18,17 +18,6 @@ std::string asString(const std::vector<uint8_t>& b)
     return std::string(b.begin(), b.end());
 }
 
-TEST(LutFile, IdentityHoldsEachCellsOwnInput)
-{
-    const LutTable t = identityTable(5);
-    EXPECT_EQ(t.levels, (std::vector<float> { 0.0f, 0.25f, 0.5f, 0.75f, 1.0f }));
-    EXPECT_EQ(t.entries, identityEntries(5)); // the tests' own identity builder
-    const uint8_t* cell = &t.entries[3 * ((4 * 5 + 1) * 5 + 2)]; // (r, g, b) = (4, 1, 2)
-    EXPECT_EQ(cell[0], 255);
-    EXPECT_EQ(cell[1], 64); // 63.75 rounds up
-    EXPECT_EQ(cell[2], 128);
-}
-
 TEST(LutFile, DecodesFieldsAndChecksumsTheEntries)
 {
     // A one-dimensional table of three 3-byte entries whose bytes are the

@@ -35,22 +35,6 @@ void writeRawPng(const std::string& path, uint32_t format, uint32_t w, uint32_t 
     ASSERT_TRUE(png_image_write_to_file(&png, path.c_str(), 0, pixels, 0, colormap)) << png.message;
 }
 
-TEST(PngImage, RgbAndRgbaSurviveAWriteAndRead)
-{
-    TempDir dir;
-    for (bool alpha : { false, true }) {
-        const RgbImage image = randomImage(31, 17, alpha, alpha ? 1 : 2);
-        std::string error;
-        ASSERT_TRUE(writePng(dir.path("a.png"), image, error)) << error;
-        RgbImage back;
-        ASSERT_TRUE(readPng(dir.path("a.png"), back, error)) << error;
-        EXPECT_EQ(back.width, 31u);
-        EXPECT_EQ(back.height, 17u);
-        EXPECT_EQ(back.hasAlpha, alpha);
-        EXPECT_EQ(back.pixels, image.pixels);
-    }
-}
-
 TEST(PngImage, GreyAndPaletteFilesReadAsRgb)
 {
     TempDir dir;

@@ -140,17 +140,6 @@ TEST(CZeDir, MkpathMakesEveryMissingParent)
     EXPECT_EQ(readFileText(dir.file("plain")), "x");
 }
 
-TEST(CZeDir, RmdirRemovesOneEmptyDirectory)
-{
-    TemporaryDirectory dir;
-    ASSERT_TRUE(CZeDir::mkpath(name(dir.file("a/b"))));
-    EXPECT_FALSE(CZeDir::rmdir(name(dir.file("a")))); // not empty
-    EXPECT_TRUE(CZeDir::rmdir(name(dir.file("a/b"))));
-    EXPECT_FALSE(present(dir.file("a/b")));
-    EXPECT_TRUE(isDir(dir.file("a")));
-    EXPECT_FALSE(CZeDir::rmdir(name(dir.file("a/b")))); // gone already
-}
-
 TEST(CZeDir, RemoveRecursivelyTakesTheWholeTreeButNoLinkTarget)
 {
     TemporaryDirectory dir;
@@ -196,32 +185,6 @@ TEST(CZeDir, RemoveRecursivelyLeavesWhatIsNoDirectory)
     EXPECT_EQ(readFileText(dir.file("target/in")), "y");
 }
 
-// The walk goes from folder to folder, not by path: a tree deeper than the
-// longest path the system takes is removed whole.
-TEST(CZeDir, RemoveRecursivelyTakesTreesOfAnyDepth)
-{
-    TemporaryDirectory dir;
-    const std::string tree = dir.file("tree");
-    ASSERT_TRUE(CZeDir::mkpath(name(tree + "/before")));
-    ASSERT_TRUE(writeFileText(tree + "/before/inner", "b"));
-    int fd = ::open(tree.c_str(), O_RDONLY | O_DIRECTORY);
-    ASSERT_GE(fd, 0);
-    const std::string part(200, 'd');
-    for (int depth = 0; depth < 24; ++depth) { // about 4,800 bytes of path
-        ASSERT_EQ(::mkdirat(fd, part.c_str(), 0755), 0);
-        const int next = ::openat(fd, part.c_str(), O_RDONLY | O_DIRECTORY);
-        ::close(fd);
-        ASSERT_GE(next, 0);
-        fd = next;
-    }
-    const int leaf = ::openat(fd, "leaf", O_WRONLY | O_CREAT, 0644);
-    ASSERT_GE(leaf, 0);
-    ::close(leaf);
-    ::close(fd);
-    EXPECT_TRUE(CZeDir::removeRecursively(name(tree)));
-    EXPECT_FALSE(present(tree));
-}
-
 // While the tree is being removed, another thread swaps a folder of it for
 // a link to a victim folder whose files have the same names. The walk must
 // neither follow the link nor reach the victim through the swapped name.
@@ -260,19 +223,6 @@ TEST(CZeDir, RemoveRecursivelyNeverFollowsALinkSwappedIn)
         for (int i = 0; i < kFiles; ++i)
             ASSERT_TRUE(present(victim + "/f" + std::to_string(i))) << "round " << round;
     }
-}
-
-TEST(CZeDir, TempPathComesFromTmpdirOrIsTmp)
-{
-    SavedVariable saved("TMPDIR");
-    ::unsetenv("TMPDIR");
-    EXPECT_EQ(utf8(CZeDir::tempPath()), "/tmp");
-    ::setenv("TMPDIR", "", 1);
-    EXPECT_EQ(utf8(CZeDir::tempPath()), "/tmp");
-    ::setenv("TMPDIR", "/var//scratch/./files/", 1);
-    EXPECT_EQ(utf8(CZeDir::tempPath()), "/var/scratch/files");
-    ::setenv("TMPDIR", "/data/caf\xc3\xa9", 1);
-    EXPECT_EQ(utf8(CZeDir::tempPath()), "/data/caf\xc3\xa9");
 }
 
 TEST(CZeDir, CleanPath)

@@ -85,24 +85,6 @@ TEST(CZeFileInfo, StatFailuresOtherThanMissingAreReported)
     EXPECT_EQ(m[0].text, "stat() failed for '" + dir.file("loop-a") + "'");
 }
 
-TEST(CZeFileInfo, IdentityIsDeviceInHexAndInodeInDecimal)
-{
-    TemporaryDirectory dir;
-    ASSERT_TRUE(writeFileText(dir.file("one"), "1"));
-    ASSERT_TRUE(writeFileText(dir.file("two"), "2"));
-    ASSERT_EQ(::link(dir.file("one").c_str(), dir.file("hard").c_str()), 0);
-
-    struct stat st;
-    ASSERT_EQ(::stat(dir.file("one").c_str(), &st), 0);
-    char expected[64];
-    std::snprintf(expected, sizeof expected, "%" PRIx64 ":%" PRIu64,
-                  static_cast<uint64_t>(st.st_dev), static_cast<uint64_t>(st.st_ino));
-    const CZeByteArray one = CZeFileInfo(name(dir.file("one"))).fileId();
-    EXPECT_EQ(text(one), expected);
-    EXPECT_EQ(text(CZeFileInfo(name(dir.file("hard"))).fileId()), text(one));
-    EXPECT_NE(text(CZeFileInfo(name(dir.file("two"))).fileId()), text(one));
-}
-
 // Writability is read from the permission bits of the class that applies to
 // the process, so a read-only mark holds for root as well.
 TEST(CZeFileInfo, PermissionClassesDecideReadableAndWritable)

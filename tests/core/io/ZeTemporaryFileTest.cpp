@@ -102,35 +102,6 @@ TEST(ZeTemporaryFile, ATakenNameAdvancesLikeAnOdometer)
     EXPECT_EQ(c.name, dir.file("n" + advanced(advanced(fresh))));
 }
 
-TEST(ZeTemporaryFile, TheRunOfXIsFoundAtTheEndOfTheName)
-{
-    TemporaryDirectory dir;
-    ASSERT_EQ(::mkdir(dir.file("XXXXXX").c_str(), 0755), 0);
-    const struct {
-        const char* templ;
-        const char* pattern; // '#' stands for a letter
-    } cases[] = {
-        {"plain", "plain.######"},
-        {"twoXX", "twoXX.######"},
-        {"sixXXXXXX", "six######"},
-        {"eightXXXXXXXX", "eight########"},
-        {"XXXXXX/in", "XXXXXX/in.######"},
-    };
-    for (const auto& c : cases) {
-        const Created made = create(dir.file(c.templ));
-        ASSERT_GE(made.fd, 0) << c.templ;
-        const std::string expected = dir.file(c.pattern);
-        ASSERT_EQ(made.name.size(), expected.size()) << made.name;
-        for (size_t i = 0; i < expected.size(); ++i) {
-            const char m = made.name[i];
-            if (expected[i] == '#')
-                EXPECT_TRUE((m >= 'A' && m <= 'Z') || (m >= 'a' && m <= 'z')) << made.name;
-            else
-                EXPECT_EQ(m, expected[i]) << made.name;
-        }
-    }
-}
-
 TEST(ZeTemporaryFile, CreatesANewPrivateFileOrSaysWhyNot)
 {
     TemporaryDirectory dir;

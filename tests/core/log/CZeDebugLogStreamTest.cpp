@@ -27,13 +27,6 @@ std::string only(const MessageCapture& capture)
     return m.empty() ? std::string("<none>") : m[0].text;
 }
 
-TEST(DebugLogStream, ItemsAreAppendedWithoutSeparators)
-{
-    MessageCapture capture;
-    bare() << "a" << 1 << true << 2.5;
-    EXPECT_EQ(only(capture), "a1true2.5");
-}
-
 TEST(DebugLogStream, TextOfEachOperand)
 {
     MessageCapture capture;
@@ -71,23 +64,6 @@ TEST(DebugLogStream, TextOfEachOperand)
         }
         EXPECT_EQ(only(capture), c.expected);
     }
-}
-
-TEST(DebugLogStream, CopiesShareOneMessage)
-{
-    MessageCapture capture;
-    {
-        Log first = bare();
-        first << "one ";
-        {
-            Log second = first;
-            second << "two";
-            Log third(second);
-            third << "!";
-        }
-        EXPECT_EQ(capture.count(), 0u); // the first copy still holds the record
-    }
-    EXPECT_EQ(only(capture), "one two!");
 }
 
 TEST(DebugLogStream, AssignmentDropsTheOldRecordFirst)
@@ -178,37 +154,6 @@ TEST(DebugLogStream, EntriesAreGatedByLevel)
         Log closed = at.info();
         Log::SetDebugLevel(Log::DebugLevelVerbose);
         closed << "too late";
-    }
-    EXPECT_EQ(capture.count(), 0u);
-}
-
-TEST(DebugLogStream, StreamedMessagesAreNotCut)
-{
-    MessageCapture capture;
-    const std::string big(5000, 'q');
-    Log(Log::ZeErrorMsg, "f.cpp", 1, "g", false) << big.c_str() << "!";
-    EXPECT_EQ(only(capture), "f.cpp(1), g: " + big + "!");
-}
-
-TEST(DebugLogStream, ConsoleGetsOneLine)
-{
-    MessageCapture capture;
-    Log::SetForceLogToStdOut(true);
-    testing::internal::CaptureStderr();
-    bare(Log::ZeErrorMsg) << "to " << "console";
-    const std::string err = testing::internal::GetCapturedStderr();
-    Log::SetForceLogToStdOut(false);
-    EXPECT_EQ(err, "to console\n");
-    EXPECT_EQ(capture.count(), 1u); // the host's callback still hears it
-}
-
-TEST(DebugLogStream, LevelIsAppliedWhenEmitting)
-{
-    MessageCapture capture;
-    {
-        Log pending = bare(Log::ZeInfoMsg);
-        pending << "filtered";
-        Log::SetDebugLevel(Log::DebugLevelError); // decided when the message goes out
     }
     EXPECT_EQ(capture.count(), 0u);
 }

@@ -17,44 +17,6 @@ namespace {
 
 // ---- Parsing -----------------------------------------------------------------
 
-TEST(CZeStringParse, SignedIntegers)
-{
-    bool ok = false;
-    EXPECT_EQ(L1(" 42 ").toInt(&ok), 42);
-    EXPECT_TRUE(ok);
-    EXPECT_EQ(L1("42x").toInt(&ok), 0);
-    EXPECT_FALSE(ok);
-    ok = true;
-    EXPECT_EQ(L1("").toInt(&ok), 0);
-    EXPECT_FALSE(ok);
-    ok = true;
-    EXPECT_EQ(CZeString().toInt(&ok), 0);
-    EXPECT_FALSE(ok);
-    EXPECT_EQ(L1("0x1F").toInt(&ok, 0), 31);
-    EXPECT_TRUE(ok);
-    EXPECT_EQ(L1("017").toInt(&ok, 0), 15);
-    EXPECT_EQ(L1("ff").toInt(&ok, 16), 255);
-    EXPECT_EQ(L1("zz").toInt(&ok, 36), 1295);
-    EXPECT_EQ(L1("-101").toInt(&ok, 2), -5);
-    EXPECT_TRUE(ok);
-    EXPECT_EQ(L1("+7").toInt(&ok), 7);
-    EXPECT_TRUE(ok);
-
-    // Nothing but a sign, or a digit the base does not know, is no number.
-    for (const char* bad : { "-", "+", " ", "x", "0x", "9", "1 2", "4 2" }) {
-        ok = true;
-        EXPECT_EQ(L1(bad).toInt(&ok, bad[0] == '9' ? 8 : 10), 0) << bad;
-        EXPECT_FALSE(ok) << bad;
-    }
-    // Bases the C library does not take fail instead of reaching it.
-    for (int base : { 1, -2, 37, 100 }) {
-        ok = true;
-        EXPECT_EQ(L1("1").toLongLong(&ok, base), 0);
-        EXPECT_FALSE(ok) << base;
-    }
-    EXPECT_EQ(L1("12").toInt(nullptr), 12); // ok may be left out
-}
-
 TEST(CZeStringParse, RangesAndNarrowing)
 {
     bool ok = false;

@@ -109,17 +109,6 @@ TEST(CZeStringConversion, Utf8Encoder)
     EXPECT_TRUE(empty.isEmpty());
 }
 
-TEST(CZeStringConversion, SurrogatesRoundTrip)
-{
-    const std::string text = "a\xF0\x9F\x98\x80 \xF0\x90\x80\x80\xF4\x8F\xBF\xBF z";
-    const CZeString s = CZeString::fromUtf8(text.c_str());
-    EXPECT_EQ(s.size(), 10);
-    EXPECT_EQ(bytes(s.toUtf8()), text);
-    const std::vector<unsigned int> cps = s.toUcs4();
-    EXPECT_EQ(cps, (std::vector<unsigned int>{'a', 0x1F600, ' ', 0x10000, 0x10FFFF, ' ', 'z'}));
-    EXPECT_EQ(u16(CZeString::fromUcs4(cps.data(), int(cps.size()))), u16(s));
-}
-
 TEST(CZeStringConversion, Latin1)
 {
     EXPECT_EQ(bytes(units({0xe9}).toLatin1()), "\xE9");

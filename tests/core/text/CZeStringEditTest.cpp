@@ -157,40 +157,6 @@ TEST(CZeStringSubstrings, LeftRightMid)
 
 // ---- Replace and remove --------------------------------------------------------------------
 
-TEST(CZeStringReplace, ByContent)
-{
-    CZeString s = L1("a-b-c");
-    EXPECT_EQ(latin(s.replace(CZeChar('-'), L1("--"))), "a--b--c");
-    EXPECT_EQ(latin(s.replace(L1("--"), CZeChar('+'))), "a+b+c");
-    EXPECT_EQ(latin(s.replace(CZeLatin1String("+"), CZeLatin1String(""))), "abc");
-    EXPECT_EQ(latin(s.replace(L1("B"), L1("xBx"), CI)), "axBxc");
-    EXPECT_EQ(latin(s.replace(CZeChar('X'), CZeChar('y'), CI)), "ayByc");
-    EXPECT_EQ(latin(s.replace(L1("aa"), L1("z"))), "ayByc"); // no match: unchanged
-    // Matches do not overlap, and the inserted text is not searched again.
-    s = L1("aaaa");
-    EXPECT_EQ(latin(s.replace(L1("aa"), L1("a"))), "aa");
-    s = L1("aaa");
-    EXPECT_EQ(latin(s.replace(L1("a"), L1("aa"))), "aaaaaa");
-    // An empty `before` matches before every unit and at the end.
-    s = L1("ab");
-    EXPECT_EQ(latin(s.replace(L1(""), L1("-"))), "-a-b-");
-    s = CZeString();
-    EXPECT_EQ(latin(s.replace(L1(""), L1("x"))), "x");
-    // Either side may be this very string.
-    s = L1("ab");
-    EXPECT_EQ(latin(s.replace(L1("b"), s)), "aab");
-    s = L1("abab");
-    EXPECT_EQ(latin(s.replace(s.unicode(), 2, s.unicode() + 1, 3)), "babbab");
-    // Unit arrays and mixed operands.
-    const CZeChar dash[] = { CZeChar('-') };
-    s = L1("1-2");
-    EXPECT_EQ(latin(s.replace(dash, 1, CZeLatin1String("::"))), "1::2");
-    EXPECT_EQ(latin(s.replace(CZeLatin1String("::"), dash, 1)), "1-2");
-    EXPECT_EQ(latin(s.replace(CZeChar('-'), dash, 0)), "12");
-    s.replace(static_cast<const CZeChar*>(nullptr), 2, L1("x"));
-    EXPECT_EQ(latin(s), "12");
-}
-
 // A plain replace-all to check against.
 std::string replaceAll(std::string text, const std::string& before, const std::string& after)
 {

@@ -24,23 +24,6 @@ constexpr Ze::CaseSensitivity CI = Ze::CaseInsensitive;
 
 // ---- Comparison ------------------------------------------------------------------
 
-TEST(CZeStringCompare, CaseSensitive)
-{
-    EXPECT_EQ(L1("ab").compare(L1("abc")), -1); // length difference
-    EXPECT_EQ(L1("abd").compare(L1("abc")), 1);
-    EXPECT_EQ(L1("abc").compare(L1("abc")), 0);
-    EXPECT_EQ(L1("a").compare(L1("abcd")), -3);
-    EXPECT_EQ(L1("B").compare(L1("a")), 'B' - 'a');
-    // Units compare unsigned: U+FFFF is above everything.
-    EXPECT_EQ(U16(u"\uffff").compare(L1("a")), 0xffff - 'a');
-    EXPECT_EQ(CZeString().compare(L1("")), 0);
-    EXPECT_EQ(L1("x").compare(CZeString()), 1);
-
-    const CZeString s = L1("hello");
-    EXPECT_EQ(CZeString::compare_helper(s.unicode(), 5, s.unicode(), 5, CS), 0);
-    EXPECT_EQ(CZeString::compare_helper(s.unicode(), 2, s.unicode(), 5, CS), -3);
-}
-
 TEST(CZeStringCompare, CaseInsensitiveFoldsAsciiOnly)
 {
     EXPECT_EQ(L1("ABC").compare(L1("abc"), CI), 0);
@@ -91,36 +74,6 @@ std::u16string fold(std::u16string s)
         if (c >= u'A' && c <= u'Z')
             c = char16_t(c + 0x20);
     return s;
-}
-
-TEST(CZeStringSearch, IndexOf)
-{
-    const CZeString s = L1("abcABCabc");
-    EXPECT_EQ(s.indexOf(L1("bc")), 1);
-    EXPECT_EQ(s.indexOf(L1("bc"), 2), 7);
-    EXPECT_EQ(s.indexOf(L1("bc"), 2, CI), 4);
-    EXPECT_EQ(s.indexOf(L1("BC"), 0, CI), 1);
-    EXPECT_EQ(s.indexOf(L1("bc"), -3), 7); // counts from the end
-    EXPECT_EQ(s.indexOf(L1("bc"), -100), 1);
-    EXPECT_EQ(s.indexOf(L1("bc"), 9), -1);
-    EXPECT_EQ(s.indexOf(L1("abcd")), -1);
-    EXPECT_EQ(s.indexOf(L1("abcABCabcX")), -1);
-    EXPECT_EQ(s.indexOf(CZeLatin1String("Ca")), 5);
-    EXPECT_EQ(s.indexOf(CZeLatin1String("ca"), 0, CI), 2);
-    EXPECT_EQ(s.indexOf(CZeChar('C')), 5);
-    EXPECT_EQ(s.indexOf(CZeChar('C'), 0, CI), 2);
-    const CZeString needle = L1("xxCabxx");
-    EXPECT_EQ(s.indexOf(needle.midRef(2, 3)), 5);
-    EXPECT_EQ(s.indexOf(needle.midRef(2, 3), 6, CI), -1);
-
-    // The empty needle matches at `from` up to the end.
-    EXPECT_EQ(s.indexOf(CZeString()), 0);
-    EXPECT_EQ(s.indexOf(L1(""), 9), 9);
-    EXPECT_EQ(s.indexOf(L1(""), 10), -1);
-    EXPECT_EQ(CZeString().indexOf(L1("")), 0);
-    EXPECT_EQ(CZeString().indexOf(L1("a")), -1);
-    // Only ASCII folds.
-    EXPECT_EQ(U16(u"\u00e9").indexOf(U16(u"\u00c9"), 0, CI), -1);
 }
 
 TEST(CZeStringSearch, CountStartsEnds)

@@ -14,25 +14,6 @@ using Data = SZeArrayData;
 
 constexpr unsigned long kHeader = sizeof(SZeArrayData);
 
-TEST(SZeArrayData, ZeroCapacityReturnsStaticHeaders)
-{
-    EXPECT_EQ(Data::allocate(1, 8, 0, 0), Data::sharedEmpty());
-    EXPECT_EQ(Data::allocate(1, 8, 0, Data::Grow), Data::sharedEmpty());
-    EXPECT_EQ(Data::allocate(1, 8, 0, Data::Unsharable), Data::unsharableEmpty());
-
-    Data* raw = Data::allocate(1, 8, 0, Data::RawData);
-    ASSERT_NE(raw, nullptr);
-    EXPECT_NE(raw, Data::sharedEmpty());
-    EXPECT_EQ(raw->ref.load(), 1);
-    EXPECT_EQ(raw->alloc, 0u);
-    EXPECT_EQ(raw->size, 0);
-    EXPECT_EQ(raw->offset, static_cast<std::ptrdiff_t>(kHeader));
-    Data::deallocate(raw, 1, 8);
-
-    Data::deallocate(Data::unsharableEmpty(), 1, 8); // harmless
-    EXPECT_EQ(Data::unsharableEmpty()->ref.load(), 0);
-}
-
 TEST(SZeArrayData, GrowthRule)
 {
     struct Case {
@@ -58,18 +39,6 @@ TEST(SZeArrayData, GrowthRule)
         EXPECT_FALSE(x->isRawData());
         Data::deallocate(x, c.objectSize, 8);
     }
-}
-
-TEST(SZeArrayData, GrowthAboveTwoGigabytesGoesHalfWay)
-{
-    // 2^30 + 24 bytes: the next power is 2^31, so the block stops half-way.
-    Data* x = Data::allocate(1, 8, 1ul << 30, Data::Grow);
-    if (!x)
-        GTEST_SKIP() << "no 1.5 GiB of address space here";
-    const unsigned long bytes = (1ul << 30) + kHeader;
-    const unsigned long block = bytes + ((1ul << 31) - bytes) / 2;
-    EXPECT_EQ(x->alloc, block - kHeader);
-    Data::deallocate(x, 1, 8);
 }
 
 TEST(SZeArrayData, OptionsAndAlignment)
@@ -152,26 +121,6 @@ TEST(SZeArrayData, ReferenceProtocol)
     EXPECT_TRUE(x->isShared());
     EXPECT_TRUE(x->releaseRef());
     EXPECT_FALSE(x->isShared());
-    EXPECT_FALSE(x->releaseRef());
-    Data::deallocate(x, 1, 8);
-}
-
-TEST(SZeArrayData, CountingIsAtomicAcrossThreads)
-{
-    Data* x = Data::allocate(1, 8, 4, 0);
-    std::vector<std::thread> threads;
-    // Contended atomics are slow under emulation; this many still loses
-    // updates reliably when the count is not atomic.
-    for (int t = 0; t < 2; ++t)
-        threads.emplace_back([x] {
-            for (int i = 0; i < 20000; ++i) {
-                x->addRef();
-                EXPECT_TRUE(x->releaseRef());
-            }
-        });
-    for (std::thread& t : threads)
-        t.join();
-    EXPECT_EQ(x->ref.load(), 1);
     EXPECT_FALSE(x->releaseRef());
     Data::deallocate(x, 1, 8);
 }

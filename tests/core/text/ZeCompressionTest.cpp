@@ -149,35 +149,6 @@ TEST(ZeCompression, StoredLengthBeyondTheLimitIsRefusedUpFront)
     EXPECT_EQ(texts(capture), Texts(3, "ZeUncompress: Input data is corrupted"));
 }
 
-TEST(ZeCompression, StoredLengthIsOnlyAnEstimate)
-{
-    MessageCapture capture;
-    const CZeByteArray input = randomBytes(100000, 3);
-    const CZeByteArray packed = ZeCompress(input);
-
-    // Too small: the output room doubles until the stream fits.
-    g_calls = 0;
-    g_sizes.clear();
-    CZeByteArray block = withStoredLength(packed, 1000);
-    CZeByteArray back = ZeText::uncompressWith(countingUncompress, bytes(block), block.size());
-    EXPECT_TRUE(back == input);
-    EXPECT_EQ(g_sizes,
-        (std::vector<unsigned long> { 1000, 2000, 4000, 8000, 16000, 32000, 64000, 128000 }));
-    // A stored length of 0 still gives one byte of room (and a terminator after it).
-    for (unsigned long length : { 0ul, 1ul }) {
-        back = ZeUncompress(withStoredLength(ZeCompress(CZeByteArray("a")), length));
-        EXPECT_EQ(back, CZeByteArray("a")) << length;
-        EXPECT_EQ(back.constData()[1], '\0');
-        back = ZeUncompress(withStoredLength(packed, length));
-        EXPECT_TRUE(back == input) << length;
-    }
-    // Too large: the output is what the stream holds.
-    back = ZeUncompress(withStoredLength(ZeCompress(CZeByteArray("abc")), 1 << 20));
-    EXPECT_EQ(back, CZeByteArray("abc"));
-    EXPECT_EQ(back.constData()[3], '\0');
-    EXPECT_EQ(capture.count(), 0u);
-}
-
 TEST(ZeCompression, TruncatedStreamsAreCorrupted)
 {
     MessageCapture capture;

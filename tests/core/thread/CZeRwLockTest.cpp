@@ -22,30 +22,6 @@
 
 namespace {
 
-TEST(CZeRwLock, ReadersShareTheLock)
-{
-    CZeRwLock lock;
-    Gate holding, secondIn, release;
-    FunctionThread first([&](FunctionThread*) {
-        CZeReadGuard reading(&lock);
-        holding.open();
-        release.waitOpen();
-    });
-    FunctionThread second([&](FunctionThread*) {
-        holding.waitOpen();
-        CZeReadGuard reading(&lock); // would block for good if readers excluded each other
-        secondIn.open();
-    });
-    first.start();
-    second.start();
-    EXPECT_TRUE(secondIn.waitOpen());
-    release.open();
-    EXPECT_TRUE(first.wait(kGenerousMs));
-    EXPECT_TRUE(second.wait(kGenerousMs));
-    // Once both are gone a writer gets in.
-    CZeWriteGuard writing(&lock);
-}
-
 TEST(CZeRwLock, WritersExcludeEveryone)
 {
     // Two plain fields that writers change together; a reader that ever saw

@@ -33,20 +33,6 @@ std::vector<std::string> takeDestroyed()
     return out;
 }
 
-TEST(CZeThreadStorage, GetBeforeSetIsNullAndCoversTheId)
-{
-    CZeThreadStorage s(destroyTagged);
-    size_t sizeAfterGet = 0;
-    void** slot = reinterpret_cast<void**>(1);
-    std::thread foreign([&] {
-        slot = s.get();
-        sizeAfterGet = CZeThreadData::current(false)->tls.size();
-    });
-    foreign.join();
-    EXPECT_EQ(slot, nullptr);
-    EXPECT_GE(sizeAfterGet, static_cast<size_t>(s.id()) + 1);
-}
-
 TEST(CZeThreadStorage, SetReplacesAndDestroysThePreviousValue)
 {
     takeDestroyed();

@@ -18,16 +18,6 @@
 
 namespace {
 
-TEST(CZeThreadWait, NeverStartedThreadIsDoneAtOnce)
-{
-    FunctionThread t([](FunctionThread*) {});
-    EXPECT_TRUE(t.wait(-1));
-    EXPECT_TRUE(t.wait(0));
-    EXPECT_TRUE(t.wait(10));
-    EXPECT_FALSE(t.isRunning());
-    EXPECT_FALSE(t.isFinished());
-}
-
 TEST(CZeThreadWait, RunningThreadRefusesZeroAndNegativeTimes)
 {
     Gate release;
@@ -43,18 +33,6 @@ TEST(CZeThreadWait, RunningThreadRefusesZeroAndNegativeTimes)
     EXPECT_FALSE(t.isRunning());
     EXPECT_TRUE(t.isFinished());
     EXPECT_TRUE(t.wait(0)); // finished: no waiting needed
-}
-
-TEST(CZeThreadWait, WaitingOnItselfIsRefused)
-{
-    MessageCapture capture;
-    bool result = true;
-    FunctionThread t([&](FunctionThread* self) { result = self->wait(-1); });
-    t.start();
-    ASSERT_TRUE(t.wait(kGenerousMs));
-    EXPECT_FALSE(result);
-    EXPECT_EQ(countMessages(capture, "CZeThread::wait: Thread tried to wait on itself", kWarning),
-              1u);
 }
 
 TEST(CZeThreadWait, SeveralWaitersAndImmediateDestruction)
@@ -88,42 +66,6 @@ TEST(CZeThreadStart, FinishedThreadStartsAgain)
     EXPECT_EQ(runs.load(), 2);
     EXPECT_TRUE(t.isFinished());
     EXPECT_EQ(t.priority(), CZeThread::InheritPriority); // reset by the finish steps
-}
-
-TEST(CZeThreadStart, StackSize)
-{
-    MessageCapture capture;
-    std::atomic<int> runs{0};
-    FunctionThread t([&](FunctionThread*) { ++runs; });
-
-    t.setStackSize(1); // below the system minimum
-    t.start();
-    EXPECT_FALSE(t.isRunning());
-    EXPECT_TRUE(t.wait(0));
-    EXPECT_EQ(runs.load(), 0);
-    EXPECT_EQ(countMessages(capture, "CZeThread::start: Thread stack size error: Invalid argument",
-                            kWarning),
-              1u);
-
-    capture.clear();
-    t.setStackSize(512 * 1024);
-    EXPECT_EQ(t.stackSize(), 512u * 1024);
-    t.start();
-    ASSERT_TRUE(t.wait(kGenerousMs));
-    EXPECT_EQ(runs.load(), 1);
-    EXPECT_EQ(capture.count(), 0u);
-
-    Gate release;
-    FunctionThread u([&](FunctionThread*) { release.waitOpen(); });
-    u.start();
-    u.setStackSize(256 * 1024);
-    EXPECT_EQ(countMessages(capture,
-                            "CZeThread: cannot change stack size while the thread is running!",
-                            kError),
-              1u);
-    EXPECT_EQ(u.stackSize(), 256u * 1024); // stored all the same
-    release.open();
-    ASSERT_TRUE(u.wait(kGenerousMs));
 }
 
 TEST(CZeThreadExec, QuitFromAnotherThreadEndsTheLoop)
@@ -166,15 +108,6 @@ TEST(CZeThreadExec, SecondExecOnOneThreadIsRefused)
                   "CZeThreadData::exec: instance %p has already called exec()",
                   static_cast<void*>(data));
     EXPECT_EQ(countMessages(capture, expected, kWarning), 1u);
-}
-
-TEST(CZeThreadAdoption, MainThreadIsAdoptedAtLoad)
-{
-    CZeThread* main = CZeThreadData::mainThread();
-    ASSERT_NE(main, nullptr);
-    EXPECT_EQ(CZeThread::currentThread(), main);
-    EXPECT_TRUE(main->isRunning());
-    EXPECT_TRUE(CZeThreadData::current(false)->isAdopted);
 }
 
 TEST(CZeThreadAdoption, ForeignThreadGetsAdoptedThread)

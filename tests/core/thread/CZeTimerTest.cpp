@@ -16,22 +16,6 @@
 
 namespace {
 
-TEST(CZeTimerIdAllocator, IdsStartAtOneAndReleasedIdsComeBackFirst)
-{
-    CZeTimerIdAllocator a;
-    EXPECT_EQ(a.allocateTimerId(), 1);
-    EXPECT_EQ(a.allocateTimerId(), 2);
-    EXPECT_EQ(a.allocateTimerId(), 3);
-    a.releaseTimerId(2);
-    EXPECT_EQ(a.allocateTimerId(), 2);
-    EXPECT_EQ(a.allocateTimerId(), 4);
-    a.releaseTimerId(1);
-    a.releaseTimerId(3);
-    EXPECT_EQ(a.allocateTimerId(), 3); // last released, first handed out
-    EXPECT_EQ(a.allocateTimerId(), 1);
-    EXPECT_EQ(a.allocateTimerId(), 5);
-}
-
 TEST(CZeTimerIdAllocator, ConcurrentUseNeverHandsOutAnIdTwice)
 {
     CZeTimerIdAllocator a;
@@ -80,40 +64,6 @@ std::vector<int> order(const CZeTimerInfoList& list)
     for (const CZeTimerInfo* t : list.timers)
         ids.push_back(t->id);
     return ids;
-}
-
-TEST(CZeTimerInfoList, InsertKeepsTimeoutOrderAndInsertionOrderOfEqualOnes)
-{
-    Probe p;
-    CZeTimerInfoList list;
-    list.timerInsert(info(1, 10, 100, &p));
-    list.timerInsert(info(2, 10, 50, &p));
-    list.timerInsert(info(3, 10, 100, &p));
-    list.timerInsert(info(4, 10, 75, &p));
-    list.timerInsert(info(5, 10, 50, &p));
-    EXPECT_EQ(order(list), (std::vector<int>{2, 5, 4, 1, 3}));
-    EXPECT_TRUE(list.unregisterTimer(4));
-    EXPECT_FALSE(list.unregisterTimer(4));
-    EXPECT_EQ(order(list), (std::vector<int>{2, 5, 1, 3}));
-}
-
-TEST(CZeTimerInfoList, LateTimerFiresOnceAndIsRescheduledFromNow)
-{
-    Probe p;
-    CZeTimerInfoList list;
-    list.registerTimer(7, 10, &p);
-    CZeTimerInfo* t = list.timers.front();
-    t->timeout = list.updateCurrentTime() - 55; // five and a half periods late
-    EXPECT_EQ(list.activateTimers(), 1);
-    EXPECT_EQ(p.timerIds, std::vector<int>{7});
-    EXPECT_EQ(t->timeout, list.currentTime + 10);
-    EXPECT_EQ(t->activateRef, nullptr);
-
-    // Less than one period late: the next period keeps its phase.
-    t->timeout = list.updateCurrentTime() - 3;
-    const int64_t old = t->timeout;
-    EXPECT_EQ(list.activateTimers(), 1);
-    EXPECT_EQ(t->timeout, old + 10);
 }
 
 TEST(CZeTimerInfoList, DueTimersFireOncePerPassInOrder)
