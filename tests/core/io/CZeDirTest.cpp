@@ -140,6 +140,17 @@ TEST(CZeDir, MkpathMakesEveryMissingParent)
     EXPECT_EQ(readFileText(dir.file("plain")), "x");
 }
 
+TEST(CZeDir, RmdirRemovesOneEmptyDirectory)
+{
+    TemporaryDirectory dir;
+    ASSERT_TRUE(CZeDir::mkpath(name(dir.file("a/b"))));
+    EXPECT_FALSE(CZeDir::rmdir(name(dir.file("a")))); // not empty
+    EXPECT_TRUE(CZeDir::rmdir(name(dir.file("a/b"))));
+    EXPECT_FALSE(present(dir.file("a/b")));
+    EXPECT_TRUE(isDir(dir.file("a")));
+    EXPECT_FALSE(CZeDir::rmdir(name(dir.file("a/b")))); // gone already
+}
+
 TEST(CZeDir, RemoveRecursivelyTakesTheWholeTreeButNoLinkTarget)
 {
     TemporaryDirectory dir;
@@ -223,6 +234,19 @@ TEST(CZeDir, RemoveRecursivelyNeverFollowsALinkSwappedIn)
         for (int i = 0; i < kFiles; ++i)
             ASSERT_TRUE(present(victim + "/f" + std::to_string(i))) << "round " << round;
     }
+}
+
+TEST(CZeDir, TempPathComesFromTmpdirOrIsTmp)
+{
+    SavedVariable saved("TMPDIR");
+    ::unsetenv("TMPDIR");
+    EXPECT_EQ(utf8(CZeDir::tempPath()), "/tmp");
+    ::setenv("TMPDIR", "", 1);
+    EXPECT_EQ(utf8(CZeDir::tempPath()), "/tmp");
+    ::setenv("TMPDIR", "/var//scratch/./files/", 1);
+    EXPECT_EQ(utf8(CZeDir::tempPath()), "/var/scratch/files");
+    ::setenv("TMPDIR", "/data/caf\xc3\xa9", 1);
+    EXPECT_EQ(utf8(CZeDir::tempPath()), "/data/caf\xc3\xa9");
 }
 
 TEST(CZeDir, CleanPath)

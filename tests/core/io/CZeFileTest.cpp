@@ -203,6 +203,25 @@ TEST(CZeFile, Maps)
     EXPECT_EQ(readFileText(dir.file("f")), data);
 }
 
+TEST(CZeFile, Remove)
+{
+    TemporaryDirectory dir;
+    MessageCapture capture;
+    CZeFile unnamed;
+    EXPECT_FALSE(unnamed.remove());
+    EXPECT_EQ(warning(capture), "CZeFile::remove: Empty or null file name");
+
+    ASSERT_TRUE(writeFileText(dir.file("f"), "x"));
+    CZeFile file(name(dir.file("f")));
+    ASSERT_TRUE(file.open(CZeIODevice::ReadOnly));
+    EXPECT_TRUE(file.remove());
+    EXPECT_FALSE(file.isOpen());
+    EXPECT_EQ(fileSizeOf(dir.file("f")), -1);
+    EXPECT_FALSE(file.remove());
+    EXPECT_EQ(file.error(), CZeFileDevice::RemoveError);
+    EXPECT_EQ(utf8(file.errorString()), "No such file or directory");
+}
+
 TEST(CZeFile, RenameRefusals)
 {
     TemporaryDirectory dir;
@@ -281,6 +300,21 @@ TEST(CZeFile, RenameAcrossFileSystemsCopies)
     struct stat st;
     ASSERT_EQ(::stat(there.file("dst").c_str(), &st), 0);
     EXPECT_EQ(st.st_mode & 07777, 0604u);
+}
+
+TEST(CZeFile, ResizeAndPermissions)
+{
+    TemporaryDirectory dir;
+    ASSERT_TRUE(writeFileText(dir.file("f"), "0123456789"));
+    CZeFile file(name(dir.file("f")));
+    ASSERT_TRUE(file.open(CZeIODevice::ReadWrite));
+    ASSERT_TRUE(file.seek(8));
+    EXPECT_TRUE(file.resize(4));
+    EXPECT_EQ(file.pos(), 4);
+    EXPECT_TRUE(file.setPermissions(0640));
+    EXPECT_EQ(file.permissions(), 0640u);
+    file.close();
+    EXPECT_EQ(readFileText(dir.file("f")), "0123");
 }
 
 } // namespace

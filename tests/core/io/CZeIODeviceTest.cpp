@@ -243,6 +243,25 @@ TEST(CZeIODevice, ClosedAndOneWayDevicesWarn)
     EXPECT_EQ(dev.pos(), 0);
 }
 
+TEST(CZeIODevice, OversizedRequestsAreClampedOrRefused)
+{
+    MessageCapture capture;
+    MemoryDevice dev("abc");
+    dev.open(CZeIODevice::ReadOnly);
+    // The array is sized for the clamped request, then cut to what came.
+    EXPECT_EQ(text(dev.read(int64_t{3} << 30)), "abc");
+    EXPECT_EQ(warning(capture), "maxSize argument exceeds CZeByteArray size limit");
+
+    // More than an array can hold left: nothing is read at all.
+    dev.seek(0);
+    dev.fakeSize = int64_t{2147483622} + 1;
+    const int calls = dev.readCalls;
+    EXPECT_TRUE(dev.readAll().isEmpty());
+    EXPECT_EQ(dev.readCalls, calls);
+    dev.fakeSize = -1;
+    EXPECT_EQ(text(dev.readAll()), "abc");
+}
+
 TEST(CZeIODevice, OpenAppendWriteAndPositions)
 {
     MemoryDevice dev("abc");

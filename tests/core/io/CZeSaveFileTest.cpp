@@ -215,6 +215,24 @@ TEST(CZeSaveFile, OnlyWriteOnlyModesAreAccepted)
     EXPECT_EQ(utf8(file.fileName()), dir.file("out"));
 }
 
+TEST(CZeSaveFile, CloseIsAnErrorAndChangesNothing)
+{
+    TemporaryDirectory dir;
+    MessageCapture capture;
+    CZeSaveFile file(name(dir.file("out")));
+    ASSERT_TRUE(file.open(CZeIODevice::WriteOnly));
+    file.write("a");
+    file.close();
+    const auto m = capture.messages();
+    ASSERT_EQ(m.size(), 1u);
+    EXPECT_EQ(m[0].priority, 6);
+    EXPECT_EQ(m[0].text, "CZeSaveFile::close called");
+    EXPECT_TRUE(file.isOpen());
+    file.write("b");
+    EXPECT_TRUE(file.commit());
+    EXPECT_EQ(readFileText(dir.file("out")), "ab");
+}
+
 // A write that the system refuses (here: beyond the file-size limit, which
 // binds root too) makes the save fail as a whole.
 TEST(CZeSaveFile, AFailedWriteDiscardsTheSave)

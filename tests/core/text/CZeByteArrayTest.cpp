@@ -168,6 +168,15 @@ TEST(CZeByteArray, CopyOnWriteIsolation)
     EXPECT_TRUE(CZeByteArray::fromRawData(nullptr, 3).isNull());
 }
 
+TEST(CZeByteArray, CaseCopiesUseTheLatin1Table)
+{
+    const CZeByteArray mixed("AZaz09\xC0\xD6\xD7\xD8\xDE\xDF\xE0\xF6\xF7\xF8\xFE\xFF");
+    EXPECT_EQ(text(mixed.toLower()), "azaz09\xE0\xF6\xD7\xF8\xFE\xDF\xE0\xF6\xF7\xF8\xFE\xFF");
+    EXPECT_EQ(text(mixed.toUpper()), "AZAZ09\xC0\xD6\xD7\xD8\xDE\xDF\xC0\xD6\xF7\xD8\xDE\xFF");
+    EXPECT_EQ(text(mixed), "AZaz09\xC0\xD6\xD7\xD8\xDE\xDF\xE0\xF6\xF7\xF8\xFE\xFF");
+    EXPECT_TRUE(CZeByteArray().toLower().isNull());
+}
+
 TEST(CZeByteArray, EverydayOperations)
 {
     const CZeByteArray a("hello world");

@@ -50,6 +50,38 @@ TEST(CZeString, Construction)
     EXPECT_TRUE(CZeString(CZeLatin1String()).isNull());
 }
 
+TEST(CZeString, ResizeNeverGivesMemoryBack)
+{
+    CZeString s = U16(u"0123456789");
+    const CZeChar* block = s.unicode();
+    s.resize(3);
+    EXPECT_EQ(u16(s), u"012");
+    EXPECT_EQ(s.capacity(), 10);
+    expectTerminated(s);
+    s.resize(8); // fits the kept block: no allocation
+    EXPECT_EQ(s.unicode(), block);
+    EXPECT_EQ(s.capacity(), 10);
+    EXPECT_EQ(s.size(), 8);
+    expectTerminated(s);
+    s.resize(0);
+    EXPECT_FALSE(s.isNull());
+    EXPECT_EQ(s.unicode(), block);
+    s.resize(-4);
+    EXPECT_EQ(s.size(), 0);
+
+    CZeString grow = U16(u"abcd");
+    CZeString shared = grow;
+    grow.resize(5); // shared: reallocated with growth, 6 units -> 20
+    EXPECT_EQ(grow.capacity(), 19);
+    EXPECT_EQ(u16(shared), u"abcd");
+
+    CZeString filled = U16(u"ab");
+    filled.resize(5, CZeChar(u'-'));
+    EXPECT_EQ(u16(filled), u"ab---");
+    filled.resize(1, CZeChar(u'+'));
+    EXPECT_EQ(u16(filled), u"a");
+}
+
 TEST(CZeString, AppendSharesOnlyIntoNull)
 {
     const CZeString other = U16(u"tail");

@@ -163,6 +163,17 @@ TEST(CZeObjectMove, OnlyTheObjectsThreadMayMoveIt)
                   "(%p).\nCannot move to target thread (%p)\n",
                   static_cast<void*>(foreignThread), static_cast<void*>(main), nullptr);
     EXPECT_EQ(countMessages(capture, expected, kWarning), 1u);
+
+    // Null receivers are refused; the posted event is deleted.
+    int destroyed = 0;
+    CZeObject::postEvent(nullptr, new CountedEvent<>(&destroyed, kTypeA));
+    EXPECT_EQ(destroyed, 1);
+    EXPECT_EQ(countMessages(capture, "CZeObject::postEvent: Unexpected null receiver", kWarning), 1u);
+    CountedEvent<> event(&destroyed, kTypeA);
+    EXPECT_TRUE(CZeObject::notify(nullptr, &event)); // as handled: nobody is left to handle it
+    EXPECT_EQ(countMessages(capture, "CZeObject::notify: Unexpected null receiver", kWarning), 1u);
+    p.setObjectName(CZeString::fromUtf8("probe"));
+    EXPECT_EQ(p.objectName(), CZeString::fromUtf8("probe"));
 }
 
 TEST(CZeObjectMove, StopsTimersAndCarriesPostedEvents)

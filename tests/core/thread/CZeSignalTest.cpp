@@ -151,4 +151,21 @@ TEST(CZeSignallingEvent, PosterWaitsForDelivery)
     EXPECT_TRUE(deliveredInWorker.load());
 }
 
+TEST(CZeElapsedTimer, MeasuresOnTheMonotonicClock)
+{
+    CZeElapsedTimer timer;
+    EXPECT_FALSE(timer.isValid());
+    timer.start();
+    CZeThread::msleep(20); // sleeps at least this long
+    EXPECT_GE(timer.nsecsElapsed(), 20000000);
+    EXPECT_TRUE(timer.hasExpired(10) && !timer.hasExpired(LLONG_MAX));
+    CZeElapsedTimer later;
+    later.start();
+    // Differences are truncated toward zero, so both directions agree.
+    EXPECT_EQ(later.msecsTo(timer), -timer.msecsTo(later));
+    EXPECT_EQ(later.secsTo(timer), -timer.secsTo(later));
+    EXPECT_LE(timer.msecsSinceReference(), later.msecsSinceReference());
+    EXPECT_GE(timer.restart(), 20);
+}
+
 } // namespace

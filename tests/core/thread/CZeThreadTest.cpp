@@ -35,6 +35,18 @@ TEST(CZeThreadWait, RunningThreadRefusesZeroAndNegativeTimes)
     EXPECT_TRUE(t.wait(0)); // finished: no waiting needed
 }
 
+TEST(CZeThreadWait, WaitingOnItselfIsRefused)
+{
+    MessageCapture capture;
+    bool result = true;
+    FunctionThread t([&](FunctionThread* self) { result = self->wait(-1); });
+    t.start();
+    ASSERT_TRUE(t.wait(kGenerousMs));
+    EXPECT_FALSE(result);
+    EXPECT_EQ(countMessages(capture, "CZeThread::wait: Thread tried to wait on itself", kWarning),
+              1u);
+}
+
 TEST(CZeThreadWait, SeveralWaitersAndImmediateDestruction)
 {
     // Every waiter must be out of wait() before the object can go away.
@@ -66,6 +78,46 @@ TEST(CZeThreadStart, FinishedThreadStartsAgain)
     EXPECT_EQ(runs.load(), 2);
     EXPECT_TRUE(t.isFinished());
     EXPECT_EQ(t.priority(), CZeThread::InheritPriority); // reset by the finish steps
+}
+
+TEST(CZeThreadStart, StackSize)
+{
+    MessageCapture capture;
+    std::atomic<int> runs{0};
+    FunctionThread t([&](FunctionThread*) { ++runs; });
+
+    t.setStackSize(1); // below the system minimum
+    t.start();
+    EXPECT_FALSE(t.isRunning());
+    EXPECT_TRUE(t.wait(0));
+    EXPECT_EQ(runs.load(), 0);
+    EXPECT_EQ(countMessages(capture, "CZeThread::start: Thread stack size error: Invalid argument",
+                            kWarning),
+              1u);
+
+    capture.clear();
+    t.setStackSize(512 * 1024);
+    EXPECT_EQ(t.stackSize(), 512u * 1024);
+    t.start();
+    ASSERT_TRUE(t.wait(kGenerousMs));
+    EXPECT_EQ(runs.load(), 1);
+    EXPECT_EQ(capture.count(), 0u);
+
+    Gate release;
+    FunctionThread u([&](FunctionThread*) { release.waitOpen(); });
+    u.start();
+    u.setStackSize(256 * 1024);
+    EXPECT_EQ(countMessages(capture,
+                            "CZeThread: cannot change stack size while the thread is running!",
+                            kError),
+              1u);
+    EXPECT_EQ(u.stackSize(), 256u * 1024); // stored all the same
+    EXPECT_EQ(CZeThread::currentThreadId(), pthread_self());
+    CZeThread::sleep(0); // zero and negative counts return at once
+    CZeThread::msleep(-1);
+    CZeThread::usleep(1);
+    release.open();
+    ASSERT_TRUE(u.wait(kGenerousMs));
 }
 
 TEST(CZeThreadExec, QuitFromAnotherThreadEndsTheLoop)
