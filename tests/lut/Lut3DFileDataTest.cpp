@@ -199,28 +199,6 @@ TEST(Lut3DLoader, ExactSizeLoadsAndOneByteLessFails)
     EXPECT_TRUE(load(dir.file("longer.lut")));
 }
 
-TEST(Lut3DLoader, SixtyFiveLevelsIsTheLargestTable)
-{
-    TemporaryDirectory dir;
-    MessageCapture capture;
-    std::mt19937 rng(65);
-    const std::vector<uint8_t> entries = randomEntries(65, rng);
-    ASSERT_TRUE(LutFileWriter(uniformLevels(65), entries).write(dir.file("65.lut")));
-    TablePtr t = load(dir.file("65.lut"));
-    ASSERT_TRUE(t);
-    EXPECT_EQ(Lut3DTableLevels(t.get()), 65u);
-    EXPECT_EQ(t->planeStride, 4u * 66 * 66);
-    // The last real cell holds the last entry.
-    EXPECT_EQ(std::memcmp(t->grid + 64 * t->planeStride + 64 * t->rowStride + 64 * 4,
-                          &entries[entries.size() - 3], 3),
-              0);
-
-    // 66 levels with all their entries present are still refused, silently.
-    ASSERT_TRUE(LutFileWriter(uniformLevels(66), bytesOf(3 * 66 * 66 * 66, 1)).write(dir.file("66.lut")));
-    EXPECT_FALSE(load(dir.file("66.lut")));
-    EXPECT_EQ(capture.count(), 0u);
-}
-
 // What the loader keeps: header fields, levels and entries as read, and the
 // same derived tables as the builder makes from the same data.
 bool sameTable(const Lut3DTable* a, const Lut3DTable* b)
@@ -284,56 +262,6 @@ TEST(Lut3DLoader, LevelValuesMayLieAnywhereAfterTheHeader)
         expectSameAsBuilt(t.get(), levels, entries);
     }
     EXPECT_EQ(capture.count(), 0u);
-}
-
-TEST(Lut3DLoader, UniformAndIndexedTables)
-{
-    TemporaryDirectory dir;
-    std::mt19937 rng(33);
-    const std::string path = dir.file("t.lut");
-
-    std::vector<float> levels = uniformLevels(33);
-    const std::vector<uint8_t> entries = randomEntries(33, rng);
-    ASSERT_TRUE(LutFileWriter(levels, entries).write(path));
-    TablePtr uniform = load(path);
-    ASSERT_TRUE(uniform);
-    EXPECT_EQ(uniform->uniform, 1);
-    expectSameAsBuilt(uniform.get(), levels, entries);
-
-    // One inner level moved by 0.01: indexed, and 255 maps to the last cell.
-    levels[16] += 0.01f;
-    ASSERT_TRUE(LutFileWriter(levels, entries).write(path));
-    TablePtr moved = load(path);
-    ASSERT_TRUE(moved);
-    EXPECT_EQ(moved->uniform, 0);
-    EXPECT_EQ(moved->indexTable[2 * 255], 32);
-    EXPECT_EQ(moved->indexTable[2 * 255 + 1], 0);
-    expectSameAsBuilt(moved.get(), levels, entries);
-
-    // Levels that stop at 0.9: every value above it takes the last cell.
-    const std::vector<float> shortLevels = {0.0f, 0.3f, 0.6f, 0.9f};
-    const std::vector<uint8_t> small = randomEntries(4, rng);
-    ASSERT_TRUE(LutFileWriter(shortLevels, small).write(path));
-    TablePtr stops = load(path);
-    ASSERT_TRUE(stops);
-    EXPECT_EQ(stops->uniform, 0);
-    for (int v = 0; v < 256; ++v)
-        if (static_cast<float>(v) / 255.0f > 0.9f) {
-            EXPECT_EQ(stops->indexTable[2 * v], 3) << v;
-            EXPECT_EQ(stops->indexTable[2 * v + 1], 0) << v;
-        }
-    expectSameAsBuilt(stops.get(), shortLevels, small);
-
-    // Garbage levels (NaN, infinities, descending) still give a table.
-    const float nan = std::numeric_limits<float>::quiet_NaN();
-    const float inf = std::numeric_limits<float>::infinity();
-    ASSERT_TRUE(LutFileWriter({nan, -inf, inf, 0.5f, 0.1f}, randomEntries(5, rng)).write(path));
-    TablePtr odd = load(path);
-    ASSERT_TRUE(odd);
-    for (int v = 0; v < 256; ++v) {
-        EXPECT_LT(odd->indexTable[2 * v], 5);
-        EXPECT_LE(odd->indexTable[2 * v + 1], 128);
-    }
 }
 
 // Renders through the loaded table with the active kernel and through the

@@ -151,35 +151,6 @@ TEST(CZeDir, RmdirRemovesOneEmptyDirectory)
     EXPECT_FALSE(CZeDir::rmdir(name(dir.file("a/b")))); // gone already
 }
 
-TEST(CZeDir, RemoveRecursivelyTakesTheWholeTreeButNoLinkTarget)
-{
-    TemporaryDirectory dir;
-    const std::string tree = dir.file("tree");
-    ASSERT_TRUE(CZeDir::mkpath(name(tree + "/sub/deeper")));
-    ASSERT_TRUE(writeFileText(tree + "/top.txt", "1"));
-    ASSERT_TRUE(writeFileText(tree + "/.hidden", "2"));
-    ASSERT_TRUE(writeFileText(tree + "/sub/deeper/leaf", "3"));
-    // Read-only files.
-    ASSERT_TRUE(writeFileText(tree + "/sub/read-only", "4"));
-    ASSERT_EQ(::chmod((tree + "/sub/read-only").c_str(), 0444), 0);
-    ASSERT_TRUE(writeFileText(tree + "/sub/deeper/also-read-only", "5"));
-    ASSERT_EQ(::chmod((tree + "/sub/deeper/also-read-only").c_str(), 0400), 0);
-    // Links to a folder and a file outside the tree, and one to nothing.
-    const std::string outside = dir.file("outside");
-    ASSERT_TRUE(CZeDir::mkpath(name(outside + "/inner")));
-    ASSERT_TRUE(writeFileText(outside + "/kept.txt", "keep"));
-    ASSERT_EQ(::symlink(outside.c_str(), (tree + "/link-to-dir").c_str()), 0);
-    ASSERT_EQ(::symlink((outside + "/kept.txt").c_str(), (tree + "/sub/link-to-file").c_str()), 0);
-    ASSERT_EQ(::symlink("nowhere", (tree + "/dangling").c_str()), 0);
-
-    MessageCapture capture;
-    EXPECT_TRUE(CZeDir::removeRecursively(name(tree)));
-    EXPECT_FALSE(present(tree));
-    EXPECT_EQ(readFileText(outside + "/kept.txt"), "keep");
-    EXPECT_TRUE(isDir(outside + "/inner"));
-    EXPECT_EQ(capture.count(), 0u);
-}
-
 TEST(CZeDir, RemoveRecursivelyLeavesWhatIsNoDirectory)
 {
     TemporaryDirectory dir;

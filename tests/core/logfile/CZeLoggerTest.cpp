@@ -116,55 +116,6 @@ TEST_F(CZeLoggerTest, TheDebugLogHandsOverMessagesToSave)
               "[2031-01-12 08:15:00] streamed 3\n");
 }
 
-// Every line is counted and checked: none lost, none doubled, none mixed
-// with another, and each thread's lines in the order it queued them.
-TEST_F(CZeLoggerTest, ManyThreadsLoseNoLineAndMixNone)
-{
-    TemporaryDirectory dir;
-    const time_t when = localTime(2031, 1, 13, 7, 0, 0);
-    startDay(dir.path(), when);
-    constexpr int kThreads = 8;
-    constexpr int kLines = 3000;
-    const uint64_t handled = ZeLoggerCountersNow().linesHandled;
-
-    std::vector<std::thread> producers;
-    for (int t = 0; t < kThreads; ++t)
-        producers.emplace_back([t] {
-            for (int n = 0; n < kLines; ++n) {
-                std::string line = "t" + std::to_string(t) + " n" + std::to_string(n) + " ";
-                line.append(static_cast<size_t>(n % 97), static_cast<char>('a' + t));
-                if (n % 2)
-                    CZeLogger::WriteMessage(line.c_str());
-                else
-                    CZeLogger::WriteMessage(CZeString::fromUtf8(line.c_str()));
-            }
-        });
-    for (std::thread& p : producers)
-        p.join();
-    ASSERT_TRUE(waitHandled(handled + kThreads * kLines));
-
-    const std::string text = waitForLines(logFileOf(dir.path(), when), kThreads * kLines);
-    ASSERT_EQ(lineCount(text), static_cast<size_t>(kThreads * kLines));
-    const std::string stamp = "[2031-01-13 07:00:00] ";
-    int next[kThreads] = {};
-    size_t start = 0;
-    while (start < text.size()) {
-        const size_t end = text.find('\n', start);
-        const std::string line = text.substr(start, end - start);
-        start = end + 1;
-        ASSERT_EQ(line.compare(0, stamp.size(), stamp), 0) << line;
-        int t = -1, n = -1, used = 0;
-        ASSERT_EQ(std::sscanf(line.c_str() + stamp.size(), "t%d n%d %n", &t, &n, &used), 2) << line;
-        ASSERT_TRUE(t >= 0 && t < kThreads) << line;
-        ASSERT_EQ(n, next[t]) << line;
-        ++next[t];
-        const std::string payload = line.substr(stamp.size() + static_cast<size_t>(used));
-        ASSERT_EQ(payload, std::string(static_cast<size_t>(n % 97), static_cast<char>('a' + t))) << line;
-    }
-    for (int t = 0; t < kThreads; ++t)
-        EXPECT_EQ(next[t], kLines) << "thread " << t;
-}
-
 TEST_F(CZeLoggerTest, ANewDayStartsANewFileAfterTheDateCheck)
 {
     TemporaryDirectory dir;

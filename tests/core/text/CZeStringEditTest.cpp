@@ -29,28 +29,6 @@ constexpr CZeString::SplitBehavior Skip = CZeString::SkipEmptyParts;
 
 // ---- Split -----------------------------------------------------------------------
 
-TEST(CZeStringSplit, EmptyPartsKeptOrSkipped)
-{
-    EXPECT_EQ(texts(L1("a,,b").split(CZeChar(','))), (Texts { "a", "", "b" }));
-    EXPECT_EQ(texts(L1("a,,b").split(CZeChar(','), Skip)), (Texts { "a", "b" }));
-    EXPECT_EQ(texts(L1("a,").split(L1(","))), (Texts { "a", "" }));
-    EXPECT_EQ(texts(L1("a,").split(L1(","), Skip)), (Texts { "a" }));
-    EXPECT_EQ(texts(L1("").split(L1(","))), (Texts { "" }));
-    EXPECT_TRUE(L1("").split(L1(","), Skip).empty());
-    EXPECT_EQ(texts(L1(",a").split(CZeChar(','))), (Texts { "", "a" }));
-    // Any non-zero behaviour skips.
-    EXPECT_EQ(
-        texts(L1("a,,b").split(CZeChar(','), CZeString::SplitBehavior(7))), (Texts { "a", "b" }));
-
-    // Parts are never null; a string without separator is one shared part.
-    const CZeString whole = L1("abc");
-    const std::deque<CZeString> one = whole.split(L1(";"));
-    ASSERT_EQ(one.size(), 1u);
-    EXPECT_TRUE(one[0].isSharedWith(whole));
-    EXPECT_FALSE(L1("a,,b").split(CZeChar(','))[1].isNull());
-    EXPECT_FALSE(CZeString().split(CZeChar(','))[0].isNull());
-}
-
 TEST(CZeStringSplit, AgreesWithAPlainSplit)
 {
     std::mt19937 rng(9);

@@ -100,29 +100,4 @@ TEST(SZeArrayData, ReallocateKeepsContentsAndHeader)
     Data::deallocate(z, 1, 8);
 }
 
-TEST(SZeArrayData, ReferenceProtocol)
-{
-    Data* st = Data::sharedEmpty();
-    st->addRef();
-    EXPECT_EQ(st->ref.load(), -1);
-    EXPECT_TRUE(st->releaseRef());
-    EXPECT_EQ(st->ref.load(), -1);
-
-    Data* un = Data::allocate(1, 8, 4, Data::Unsharable);
-    un->addRef();
-    EXPECT_EQ(un->ref.load(), 0);
-    EXPECT_FALSE(un->isShared());
-    EXPECT_FALSE(un->releaseRef()); // the owner frees it
-    Data::deallocate(un, 1, 8);
-
-    Data* x = Data::allocate(1, 8, 4, 0);
-    EXPECT_FALSE(x->isShared());
-    x->addRef();
-    EXPECT_TRUE(x->isShared());
-    EXPECT_TRUE(x->releaseRef());
-    EXPECT_FALSE(x->isShared());
-    EXPECT_FALSE(x->releaseRef());
-    Data::deallocate(x, 1, 8);
-}
-
 } // namespace

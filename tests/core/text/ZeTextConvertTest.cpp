@@ -217,29 +217,4 @@ TEST(ZeTextConvert, UnitPathStatesTheRules)
     EXPECT_EQ(std::string(reinterpret_cast<char*>(latin1), 3), "a?\xFF");
 }
 
-// Bytes leaning towards lead and continuation bytes, so that sequences
-// nearly form: the repaired text re-encodes to valid UTF-8, and any
-// rejected byte shows as U+FFFD.
-TEST(ZeTextConvert, RandomBytesAreRepairedIntoValidText)
-{
-    const unsigned seed = freshSeed();
-    SCOPED_TRACE("seed " + std::to_string(seed));
-    std::mt19937 rng(seed);
-    for (int iteration = 0; iteration < 2000; ++iteration) {
-        std::string input(rng() % 80, '\0');
-        for (char& c : input) {
-            const unsigned r = rng() % 4;
-            c = char(r == 0 ? rng() % 0x80 : r == 1 ? 0x80 + rng() % 0x40 : 0xC0 + rng() % 0x40);
-        }
-        bool replaced = false, again = true;
-        const CZeString s = CZeString::fromUtf8_helper(input.data(), int(input.size()), &replaced);
-        const CZeByteArray encoded = s.toUtf8();
-        CZeString::fromUtf8_helper(encoded.constData(), encoded.size(), &again);
-        ASSERT_FALSE(again) << iteration;
-        const std::vector<unsigned int> cps = s.toUcs4();
-        ASSERT_TRUE(!replaced || std::find(cps.begin(), cps.end(), 0xFFFDu) != cps.end())
-            << iteration;
-    }
-}
-
 } // namespace

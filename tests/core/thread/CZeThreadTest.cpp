@@ -47,25 +47,6 @@ TEST(CZeThreadWait, WaitingOnItselfIsRefused)
               1u);
 }
 
-TEST(CZeThreadWait, SeveralWaitersAndImmediateDestruction)
-{
-    // Every waiter must be out of wait() before the object can go away.
-    for (int round = 0; round < 30; ++round) {
-        Gate release;
-        auto t = std::make_unique<FunctionThread>([&](FunctionThread*) { release.waitOpen(); });
-        t->start();
-        std::atomic<int> done{0};
-        std::thread w1([&] { done += t->wait(-1); });
-        std::thread w2([&] { done += t->wait(kGenerousMs); });
-        release.open();
-        ASSERT_TRUE(t->wait(-1));
-        w1.join();
-        w2.join();
-        t.reset();
-        EXPECT_EQ(done.load(), 2);
-    }
-}
-
 TEST(CZeThreadStart, FinishedThreadStartsAgain)
 {
     std::atomic<int> runs{0};
@@ -198,32 +179,6 @@ TEST(CZeThreadAdoption, ForeignThreadGetsAdoptedThread)
                             "never be called.",
                             kError),
               1u);
-}
-
-TEST(CZeThreadAdoption, AdoptedThreadRunsFinishStepsWhenItExits)
-{
-    // Deferred deletes still pending and storage values are handled when the
-    // foreign thread ends; its data is released then (checked by the leak
-    // checker of the sanitizer build).
-    static int destroyedValues = 0;
-    CZeThreadStorage storage([](void* p) {
-        ++destroyedValues;
-        delete static_cast<int*>(p);
-    });
-    bool objectDeleted = false, aliveBeforeExit = false;
-    destroyedValues = 0;
-    std::thread foreign([&] {
-        Probe* p = new Probe;
-        p->onDestroyed = [&] { objectDeleted = true; };
-        p->deleteLater();
-        CZeObject::sendPostedEvents(); // level 0: not due yet
-        aliveBeforeExit = !objectDeleted;
-        storage.set(new int(1));
-    });
-    foreign.join();
-    EXPECT_TRUE(aliveBeforeExit);
-    EXPECT_TRUE(objectDeleted);
-    EXPECT_EQ(destroyedValues, 1);
 }
 
 } // namespace
