@@ -25,7 +25,20 @@
 
 namespace {
 
-bool sameTable(const Lut3DTable* a, const Lut3DTable* b);
+// The same grid cells (padding is never written) and derived tables.
+bool sameTable(const Lut3DTable* a, const Lut3DTable* b)
+{
+    const uint32_t n = static_cast<uint32_t>(a->rowStride / 4 - 1);
+    bool same = a->uniform == b->uniform && a->rowStride == b->rowStride
+        && a->planeStride == b->planeStride && std::memcmp(a->indexTable, b->indexTable, 512) == 0;
+    for (uint32_t r = 0; r < n; ++r)
+        for (uint32_t g = 0; g < n; ++g)
+            for (uint32_t c = 0; c < n; ++c) {
+                const uint64_t at = r * a->planeStride + g * a->rowStride + c * 4;
+                same = same && std::memcmp(a->grid + at, b->grid + at, 3) == 0;
+            }
+    return same;
+}
 
 // The file loaded by its path, after checking that its bytes loaded from
 // memory give the same result and, when there is one, the same table.
@@ -84,41 +97,44 @@ TEST(Lut3DLoader, EveryRefusalHasItsMessageOrNone)
 {
     const std::vector<uint8_t> good = valid(3).bytes();
     std::vector<FailureCase> cases = {
-        {"empty file", {}, nullptr},
-        {"seven bytes", cut(good, 7), nullptr},
-        {"wrong signature", valid(3).signatureByte(7, '_').bytes(), "Invalid lut file signature!"},
-        {"lower-case signature", valid(3).signatureByte(1, 'k').signatureByte(2, 'd').bytes(), "Invalid lut file signature!"},
-        {"version cut short", cut(good, 10), nullptr},
-        {"version 2", valid(3).version(2).bytes(), nullptr},
-        {"version 0", valid(3).version(0).bytes(), nullptr},
-        {"header of 12 bytes", cut(good, 12), "Failed to read lut file header!"},
-        {"header of 47 bytes", cut(good, 47), "Failed to read lut file header!"},
-        {"entry type 1", valid(3).entryType(1).bytes(), nullptr},
-        {"entry type 7", valid(3).entryType(7).bytes(), nullptr},
-        {"N = 0", valid(3).levelCount(0).bytes(), nullptr},
-        {"N = 66", valid(3).levelCount(66).bytes(), nullptr},
-        {"N = 2^32 - 1", valid(3).levelCount(0xFFFFFFFFu).bytes(), nullptr},
-        {"level offset past the signed range", valid(3).levelOffset(1ull << 63).bytes(), nullptr},
-        {"level offset all ones", valid(3).levelOffset(~0ull).bytes(), nullptr},
-        {"level offset past the end", valid(3).levelOffset(1ull << 24).bytes(),
-         "Failed to read lut level values!"},
-        {"no level values", cut(good, 48), "Failed to read lut level values!"},
-        {"level values short", cut(good, 48 + 4 * 3 - 1), "Failed to read lut level values!"},
-        {"no entries", cut(good, 48 + 4 * 3), "Failed to read lut data!"},
-        {"entries short", cut(good, good.size() - 1), "Failed to read lut data!"},
-        {"N larger than the entries", valid(3).levelCount(4).bytes(), "Failed to read lut data!"},
-        {"one-dimensional", LutFileWriter(uniformLevels(3), bytesOf(9, 7)).dimensions(0).bytes(),
-         "We only support 3D LUT file!"},
-        {"one-dimensional, 12-byte entries",
-         LutFileWriter(uniformLevels(3), bytesOf(36, 7)).dimensions(0).entryType(3).bytes(),
-         "We only support 3D LUT file!"},
-        {"12-byte entries", LutFileWriter(uniformLevels(2), bytesOf(96, 7)).entryType(3).bytes(),
-         "We only support uint8 LUT file!"},
-        {"12-byte entries short", cut(LutFileWriter(uniformLevels(2), bytesOf(96, 7)).entryType(3).bytes(), 48 + 8 + 95),
-         "Failed to read lut data!"},
-        {"one-dimensional entries short",
-         cut(LutFileWriter(uniformLevels(3), bytesOf(9, 7)).dimensions(0).bytes(), 48 + 12 + 8),
-         "Failed to read lut data!"},
+        { "empty file", {}, nullptr },
+        { "seven bytes", cut(good, 7), nullptr },
+        { "wrong signature", valid(3).signatureByte(7, '_').bytes(),
+            "Invalid lut file signature!" },
+        { "lower-case signature", valid(3).signatureByte(1, 'k').signatureByte(2, 'd').bytes(),
+            "Invalid lut file signature!" },
+        { "version cut short", cut(good, 10), nullptr },
+        { "version 2", valid(3).version(2).bytes(), nullptr },
+        { "version 0", valid(3).version(0).bytes(), nullptr },
+        { "header of 12 bytes", cut(good, 12), "Failed to read lut file header!" },
+        { "header of 47 bytes", cut(good, 47), "Failed to read lut file header!" },
+        { "entry type 1", valid(3).entryType(1).bytes(), nullptr },
+        { "entry type 7", valid(3).entryType(7).bytes(), nullptr },
+        { "N = 0", valid(3).levelCount(0).bytes(), nullptr },
+        { "N = 66", valid(3).levelCount(66).bytes(), nullptr },
+        { "N = 2^32 - 1", valid(3).levelCount(0xFFFFFFFFu).bytes(), nullptr },
+        { "level offset past the signed range", valid(3).levelOffset(1ull << 63).bytes(), nullptr },
+        { "level offset all ones", valid(3).levelOffset(~0ull).bytes(), nullptr },
+        { "level offset past the end", valid(3).levelOffset(1ull << 24).bytes(),
+            "Failed to read lut level values!" },
+        { "no level values", cut(good, 48), "Failed to read lut level values!" },
+        { "level values short", cut(good, 48 + 4 * 3 - 1), "Failed to read lut level values!" },
+        { "no entries", cut(good, 48 + 4 * 3), "Failed to read lut data!" },
+        { "entries short", cut(good, good.size() - 1), "Failed to read lut data!" },
+        { "N larger than the entries", valid(3).levelCount(4).bytes(), "Failed to read lut data!" },
+        { "one-dimensional", LutFileWriter(uniformLevels(3), bytesOf(9, 7)).dimensions(0).bytes(),
+            "We only support 3D LUT file!" },
+        { "one-dimensional, 12-byte entries",
+            LutFileWriter(uniformLevels(3), bytesOf(36, 7)).dimensions(0).entryType(3).bytes(),
+            "We only support 3D LUT file!" },
+        { "12-byte entries", LutFileWriter(uniformLevels(2), bytesOf(96, 7)).entryType(3).bytes(),
+            "We only support uint8 LUT file!" },
+        { "12-byte entries short",
+            cut(LutFileWriter(uniformLevels(2), bytesOf(96, 7)).entryType(3).bytes(), 48 + 8 + 95),
+            "Failed to read lut data!" },
+        { "one-dimensional entries short",
+            cut(LutFileWriter(uniformLevels(3), bytesOf(9, 7)).dimensions(0).bytes(), 48 + 12 + 8),
+            "Failed to read lut data!" },
     };
     TemporaryDirectory dir;
     ASSERT_TRUE(dir.isValid());
@@ -126,15 +142,15 @@ TEST(Lut3DLoader, EveryRefusalHasItsMessageOrNone)
     for (const FailureCase& c : cases) {
         const std::string path = dir.file("broken.lut");
         ASSERT_TRUE(writeFileBytes(path, c.file));
-        for (bool memory : {false, true}) {
+        for (bool memory : { false, true }) {
             capture.clear();
             EXPECT_EQ(memory ? ZecLut3DLoadTableFromMemory(c.file.data(), c.file.size())
                              : ZecLut3DLoadTableFromFile(path.c_str()),
-                      nullptr)
+                nullptr)
                 << c.name;
             const std::vector<std::string> texts = errorTexts(capture);
             if (c.message)
-                EXPECT_EQ(texts, std::vector<std::string>{c.message}) << c.name << memory;
+                EXPECT_EQ(texts, std::vector<std::string> { c.message }) << c.name << memory;
             else
                 EXPECT_TRUE(texts.empty()) << c.name << ": " << (texts.empty() ? "" : texts[0]);
         }
@@ -147,16 +163,18 @@ TEST(Lut3DLoader, FilesThatCannotBeOpenedNameThePath)
     MessageCapture capture;
     const std::string missing = dir.file("caf\xC3\xA9 missing.lut");
     EXPECT_EQ(ZecLut3DLoadTableFromFile(missing.c_str()), nullptr);
-    EXPECT_EQ(errorTexts(capture), std::vector<std::string>{"Failed to open lut file " + missing});
+    EXPECT_EQ(
+        errorTexts(capture), std::vector<std::string> { "Failed to open lut file " + missing });
 
     // Neither a folder nor a named pipe is a file; the pipe must not block
     // the load (nothing ever writes to it).
     const std::string pipe = dir.file("pipe.lut");
     ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
-    for (const std::string& path : {dir.path(), pipe}) {
+    for (const std::string& path : { dir.path(), pipe }) {
         capture.clear();
         EXPECT_EQ(ZecLut3DLoadTableFromFile(path.c_str()), nullptr);
-        EXPECT_EQ(errorTexts(capture), std::vector<std::string>{"Failed to open lut file " + path});
+        EXPECT_EQ(
+            errorTexts(capture), std::vector<std::string> { "Failed to open lut file " + path });
     }
     // A link to a file is followed.
     ASSERT_TRUE(valid(2).write(dir.file("real.lut")));
@@ -178,7 +196,7 @@ TEST(Lut3DLoader, ExactSizeLoadsAndOneByteLessFails)
 {
     TemporaryDirectory dir;
     MessageCapture capture;
-    for (uint32_t n : {1u, 2u, 17u}) {
+    for (uint32_t n : { 1u, 2u, 17u }) {
         const std::string path = dir.file("exact.lut");
         ASSERT_TRUE(valid(n).write(path));
         ASSERT_EQ(fileSizeOf(path), static_cast<long long>(LutFileWriter::validSize(n)));
@@ -188,8 +206,7 @@ TEST(Lut3DLoader, ExactSizeLoadsAndOneByteLessFails)
         ASSERT_TRUE(valid(n).write(path, 1));
         capture.clear();
         EXPECT_FALSE(load(path)) << n; // from memory, then from the file
-        EXPECT_EQ(errorTexts(capture),
-                  std::vector<std::string>(2, "Failed to read lut data!"));
+        EXPECT_EQ(errorTexts(capture), std::vector<std::string>(2, "Failed to read lut data!"));
         capture.clear();
     }
     // Bytes after the entries are not read.
@@ -201,24 +218,8 @@ TEST(Lut3DLoader, ExactSizeLoadsAndOneByteLessFails)
 
 // What the loader keeps: header fields, levels and entries as read, and the
 // same derived tables as the builder makes from the same data.
-bool sameTable(const Lut3DTable* a, const Lut3DTable* b)
-{
-    const uint32_t n = static_cast<uint32_t>(a->rowStride / 4 - 1);
-    bool same = a->uniform == b->uniform && a->rowStride == b->rowStride &&
-                a->planeStride == b->planeStride &&
-                std::memcmp(a->indexTable, b->indexTable, 512) == 0;
-    // Only the cells the entries fill: padding is never written.
-    for (uint32_t r = 0; r < n; ++r)
-        for (uint32_t g = 0; g < n; ++g)
-            for (uint32_t c = 0; c < n; ++c) {
-                const uint64_t at = r * a->planeStride + g * a->rowStride + c * 4;
-                same = same && std::memcmp(a->grid + at, b->grid + at, 3) == 0;
-            }
-    return same;
-}
-
-void expectSameAsBuilt(const Lut3DTable* loaded, const std::vector<float>& levels,
-                       const std::vector<uint8_t>& entries)
+void expectSameAsBuilt(
+    const Lut3DTable* loaded, const std::vector<float>& levels, const std::vector<uint8_t>& entries)
 {
     const uint32_t n = static_cast<uint32_t>(levels.size());
     ASSERT_NE(loaded->fileData, nullptr);
@@ -232,19 +233,9 @@ void expectSameAsBuilt(const Lut3DTable* loaded, const std::vector<float>& level
     EXPECT_EQ(std::vector<uint8_t>(file.entries, file.entries + entries.size()), entries);
     EXPECT_EQ(reinterpret_cast<uintptr_t>(file.entries) % 64, 0u);
 
-    std::unique_ptr<Lut3DTable, void (*)(Lut3DTable*)> built(
-        Lut3DTableCreate(levels.data(), n, entries.data()), Lut3DTableDestroy);
+    const TablePtr built(Lut3DTableCreate(levels.data(), n, entries.data()));
     ASSERT_TRUE(built);
-    EXPECT_EQ(loaded->uniform, built->uniform);
-    EXPECT_EQ(loaded->rowStride, built->rowStride);
-    EXPECT_EQ(loaded->planeStride, built->planeStride);
-    EXPECT_EQ(std::memcmp(loaded->indexTable, built->indexTable, 512), 0);
-    for (uint32_t r = 0; r < n; ++r)
-        for (uint32_t g = 0; g < n; ++g)
-            for (uint32_t b = 0; b < n; ++b) {
-                const uint64_t at = r * loaded->planeStride + g * loaded->rowStride + b * 4;
-                ASSERT_EQ(std::memcmp(loaded->grid + at, built->grid + at, 3), 0) << r << g << b;
-            }
+    EXPECT_TRUE(sameTable(loaded, built.get()));
 }
 
 TEST(Lut3DLoader, LevelValuesMayLieAnywhereAfterTheHeader)
@@ -252,9 +243,9 @@ TEST(Lut3DLoader, LevelValuesMayLieAnywhereAfterTheHeader)
     TemporaryDirectory dir;
     MessageCapture capture;
     std::mt19937 rng(3);
-    const std::vector<float> levels = {0.0f, 0.2f, 0.45f, 1.0f};
+    const std::vector<float> levels = { 0.0f, 0.2f, 0.45f, 1.0f };
     const std::vector<uint8_t> entries = randomEntries(4, rng);
-    for (uint64_t offset : {49ull, 64ull, 200ull, 4099ull}) {
+    for (uint64_t offset : { 49ull, 64ull, 200ull, 4099ull }) {
         const std::string path = dir.file("offset.lut");
         ASSERT_TRUE(LutFileWriter(levels, entries).levelOffset(offset).gapByte(0xEE).write(path));
         TablePtr t = load(path);
@@ -275,35 +266,28 @@ TEST(Lut3DLoader, LoadedTableRendersLikeTheReference)
         std::vector<float> levels;
         std::vector<uint8_t> entries;
     } tables[] = {
-        {uniformLevels(17), randomEntries(17, rng)},
-        {{0.0f, 0.1f, 0.15f, 0.5f, 0.93f, 1.0f}, randomEntries(6, rng)},
-        {uniformLevels(2), identityEntries(2)},
+        { uniformLevels(17), randomEntries(17, rng) },
+        { { 0.0f, 0.1f, 0.15f, 0.5f, 0.93f, 1.0f }, randomEntries(6, rng) },
+        { uniformLevels(2), identityEntries(2) },
     };
-    Lut3DEffect* effect = ZecLut3DCreateEffect(1);
+    const EffectPtr effect(ZecLut3DCreateEffect(1));
     int i = 0;
     for (const Table& t : tables) {
         const std::string path = dir.file("render.lut");
         ASSERT_TRUE(LutFileWriter(t.levels, t.entries).levelOffset(64).write(path));
         TablePtr loaded = load(path);
         ASSERT_TRUE(loaded);
-        const TablePtr oracle(Lut3DTableCreate(
-            t.levels.data(), static_cast<uint32_t>(t.levels.size()), t.entries.data()));
-        for (uint32_t format : {0u, 1u})
-            for (int32_t range : {0, 1}) {
+        const TablePtr oracle = buildTable(t.levels, t.entries);
+        for (uint32_t format : { 0u, 1u })
+            for (int32_t range : { 0, 1 }) {
                 const uint32_t matrix = static_cast<uint32_t>(i++ % 2);
-                TestFrame source(37, 11, 3), destination(37, 11, 5);
+                TestFrame source(37, 11, 3);
                 source.fillRandom(static_cast<uint32_t>(i));
-                Lut3DFrame s = source.descriptor(), d = destination.descriptor();
-                ASSERT_EQ(ZecLut3DRenderEffect(effect, loaded.get(), &s, &d, format, matrix, range,
-                                               37, 11, 0),
-                          1);
-                EXPECT_EQ(destination.pixels(),
-                          referenceRender(source, oracle.get(), format, matrix, range))
+                EXPECT_EQ(effectRender(effect.get(), source, loaded.get(), format, matrix, range),
+                    referenceRender(source, oracle.get(), format, matrix, range))
                     << "table " << t.levels.size() << " format " << format << " range " << range;
-                EXPECT_TRUE(destination.paddingIntact());
             }
     }
-    ZecLut3DDestroyEffect(effect);
 }
 
 } // namespace

@@ -18,10 +18,9 @@
 #include <vector>
 
 #include "ZeLut3D.h"
-#include "support/ProcessThreads.h"
-#include "lut/Lut3DRender.h"
 #include "support/LutFileWriter.h"
 #include "support/MessageCapture.h"
+#include "support/ProcessThreads.h"
 #include "support/TemporaryDirectory.h"
 #include "support/TestFrames.h"
 
@@ -44,20 +43,15 @@ struct RenderJob {
 std::vector<RenderJob> renderJobs()
 {
     std::vector<RenderJob> jobs;
-    const uint32_t sizes[][3] = {{64, 36, 0}, {33, 17, 5}, {128, 9, 0}, {7, 40, 3},
-                                 {96, 54, 16}, {1, 5, 0},  {50, 2, 2},  {81, 31, 1}};
+    const uint32_t sizes[][3] = { { 64, 36, 0 }, { 33, 17, 5 }, { 128, 9, 0 }, { 7, 40, 3 },
+        { 96, 54, 16 }, { 1, 5, 0 }, { 50, 2, 2 }, { 81, 31, 1 } };
     uint32_t seed = 1;
     for (const auto& s : sizes) {
-        jobs.push_back({s[0], s[1], s[2], seed % 2, (seed / 2) % 2, int32_t(seed % 3 == 0),
-                        seed % 4 == 3, seed});
+        jobs.push_back({ s[0], s[1], s[2], seed % 2, (seed / 2) % 2, int32_t(seed % 3 == 0),
+            seed % 4 == 3, seed });
         ++seed;
     }
     return jobs;
-}
-
-Lut3DFrame descriptorOf(TestFrame& f, const RenderJob& job)
-{
-    return job.bottomUp ? f.descriptorBottomUp() : f.descriptor();
 }
 
 TestFrame sourceOf(const RenderJob& job)
@@ -67,33 +61,19 @@ TestFrame sourceOf(const RenderJob& job)
     return source;
 }
 
-// The frame as the reference kernel renders it, described to it as to the
-// effect.
-std::vector<uint8_t> referenceRender(Lut3DTable* table, const RenderJob& job)
+std::vector<uint8_t> referenceOf(Lut3DTable* table, const RenderJob& job)
 {
-    TestFrame source = sourceOf(job);
-    TestFrame out(job.width, job.height, job.spare);
-    const Lut3DFrame s = descriptorOf(source, job), d = descriptorOf(out, job);
-    if (!Lut3DRenderWithVariant(Lut3DKernelVariant::Reference, table, s, d, job.format,
-                                job.matrix, job.range, job.width, job.height))
-        return {};
-    return out.pixels();
+    return referenceRender(sourceOf(job), table, job.format, job.matrix, job.range, job.bottomUp);
 }
 
 // Renders job's source with the effect, into a separate frame or in place;
 // true when the frame equals `expected` and no padding byte changed.
 bool renderMatches(Lut3DEffect* effect, Lut3DTable* table, const RenderJob& job, bool inPlace,
-                   const std::vector<uint8_t>& expected)
+    const std::vector<uint8_t>& expected)
 {
-    TestFrame source = sourceOf(job);
-    TestFrame separate(job.width, job.height, job.spare);
-    TestFrame& target = inPlace ? source : separate;
-    Lut3DFrame src = descriptorOf(source, job);
-    Lut3DFrame dst = descriptorOf(target, job);
-    const int32_t ok = ZecLut3DRenderEffect(effect, table, &src, inPlace ? &src : &dst, job.format,
-                                            job.matrix, job.range, job.width, int32_t(job.height), 0);
-    return ok == 1 && target.pixels() == expected && target.paddingIntact() &&
-           source.paddingIntact();
+    return effectRender(effect, sourceOf(job), table, job.format, job.matrix, job.range, inPlace,
+               job.bottomUp)
+        == expected;
 }
 
 // Threads of the process once a first thread has come and gone, so that
@@ -117,7 +97,10 @@ bool threadsBackTo(int baseline)
 // Releases every waiting thread at once, so that the threads' work overlaps.
 class StartLine {
 public:
-    explicit StartLine(int parties) : m_waiting(parties) {}
+    explicit StartLine(int parties)
+        : m_waiting(parties)
+    {
+    }
     void arriveAndWait()
     {
         m_waiting.fetch_sub(1);
@@ -169,17 +152,17 @@ TEST(ZeLut3DStress, ColdStartFromManyThreadsAtOnce)
         hosts.emplace_back([&, t] {
             const RenderJob& job = jobs[size_t(t) % jobs.size()];
             TestFrame frame = sourceOf(job);
-            Lut3DFrame d = descriptorOf(frame, job);
+            Lut3DFrame d = job.bottomUp ? frame.descriptorBottomUp() : frame.descriptor();
             start.arriveAndWait();
             if (ZecLut3DRenderEffect(effects[size_t(t)], shared.table, &d, &d, job.format,
-                                     job.matrix, job.range, job.width, int32_t(job.height), 0))
+                    job.matrix, job.range, job.width, int32_t(job.height), 0))
                 results[size_t(t)] = frame.pixels();
         });
     for (std::thread& h : hosts)
         h.join();
     for (int t = 0; t < kHostThreads; ++t) {
         ZecLut3DDestroyEffect(effects[size_t(t)]);
-        EXPECT_EQ(results[size_t(t)], referenceRender(shared.table, jobs[size_t(t) % jobs.size()]))
+        EXPECT_EQ(results[size_t(t)], referenceOf(shared.table, jobs[size_t(t) % jobs.size()]))
             << "host thread " << t;
     }
 }
@@ -196,14 +179,14 @@ TEST(ZeLut3DStress, PooledEffectsShareOneTable)
     std::vector<std::vector<uint8_t>> expected;
     Lut3DEffect* single = ZecLut3DCreateEffect(1);
     for (const RenderJob& job : jobs) {
-        expected.push_back(referenceRender(shared.table, job));
+        expected.push_back(referenceOf(shared.table, job));
         EXPECT_TRUE(renderMatches(single, shared.table, job, false, expected.back()));
     }
     ZecLut3DDestroyEffect(single);
 
     constexpr int kRounds = 20;
     const int baseline = settledThreads();
-    std::atomic<int> mismatches{0}, renders{0};
+    std::atomic<int> mismatches { 0 }, renders { 0 };
     StartLine start(kHostThreads);
     std::vector<std::thread> hosts;
     for (int t = 0; t < kHostThreads; ++t)
@@ -213,8 +196,8 @@ TEST(ZeLut3DStress, PooledEffectsShareOneTable)
             for (int round = 0; round < kRounds; ++round)
                 for (size_t k = 0; k < jobs.size(); ++k) {
                     const size_t j = (k * 3 + size_t(t)) % jobs.size();
-                    if (!renderMatches(effect, shared.table, jobs[j], (k + t + round) % 2 == 0,
-                                       expected[j]))
+                    if (!renderMatches(
+                            effect, shared.table, jobs[j], (k + t + round) % 2 == 0, expected[j]))
                         mismatches.fetch_add(1);
                     renders.fetch_add(1);
                 }
@@ -224,8 +207,8 @@ TEST(ZeLut3DStress, PooledEffectsShareOneTable)
         h.join();
     EXPECT_EQ(renders.load(), kHostThreads * kRounds * int(jobs.size()));
     EXPECT_EQ(mismatches.load(), 0);
-    EXPECT_TRUE(threadsBackTo(baseline)) << processThreads() << " threads, " << baseline
-                                         << " before";
+    EXPECT_TRUE(threadsBackTo(baseline))
+        << processThreads() << " threads, " << baseline << " before";
 }
 
 // While four threads render through the shared table, four others load
@@ -245,11 +228,11 @@ TEST(ZeLut3DStress, TablesLoadWhileOthersRender)
     const std::vector<RenderJob> jobs = renderJobs();
     std::vector<std::vector<uint8_t>> expected;
     for (const RenderJob& job : jobs)
-        expected.push_back(referenceRender(shared.table, job));
+        expected.push_back(referenceOf(shared.table, job));
 
     MessageCapture capture;
     constexpr int kRounds = 10, kLoads = 100;
-    std::atomic<int> mismatches{0}, loadFailures{0}, brokenLoaded{0};
+    std::atomic<int> mismatches { 0 }, loadFailures { 0 }, brokenLoaded { 0 };
     StartLine start(kHostThreads);
     std::vector<std::thread> hosts;
     for (int t = 0; t < kHostThreads; ++t)
@@ -283,4 +266,3 @@ TEST(ZeLut3DStress, TablesLoadWhileOthersRender)
     for (const CapturedMessage& m : messages)
         EXPECT_NE(m.text.find("Failed to read lut data!"), std::string::npos) << m.text;
 }
-

@@ -21,6 +21,8 @@
 #include <string>
 #include <vector>
 
+#include "lut/format/Lut3DFormat.h"
+
 class LutFileWriter {
 public:
     // N from the level count; version 1, entry type 0, three-dimensional, offset 48.
@@ -28,28 +30,26 @@ public:
 
     // The format's signature with byte `index` replaced by `value`.
     LutFileWriter& signatureByte(size_t index, char value);
-    LutFileWriter& version(uint32_t value);
-    LutFileWriter& levelCount(uint32_t n);
-    LutFileWriter& entryType(uint32_t type);
-    LutFileWriter& dimensions(uint32_t value);
-    // Must be 48 or more; the bytes between the header and it are gap bytes.
-    LutFileWriter& levelOffset(uint64_t offset);
-    LutFileWriter& gapByte(uint8_t value);
+    LutFileWriter& version(uint32_t v) { return set(m_header.version = v); }
+    LutFileWriter& levelCount(uint32_t n) { return set(m_header.levelCount = n); }
+    LutFileWriter& entryType(uint32_t type) { return set(m_header.entryType = type); }
+    LutFileWriter& dimensions(uint32_t v) { return set(m_header.dimensions = v); }
+    // Offsets past the header leave a gap of gap bytes before the levels.
+    LutFileWriter& levelOffset(uint64_t offset) { return set(m_header.levelOffset = offset); }
+    LutFileWriter& gapByte(uint8_t value) { return set(m_gapByte = value); }
 
     std::vector<uint8_t> bytes() const;
     // Writes the file minus `cutBytes` at its end.
     bool write(const std::string& path, size_t cutBytes = 0) const;
 
     // 48 + 4N + 3N^3: a minimal valid 3D 8-bit file.
-    static size_t validSize(uint32_t n) { return 48 + 4 * size_t{n} + 3 * size_t{n} * n * n; }
+    static size_t validSize(uint32_t n) { return 48 + 4 * size_t { n } + 3 * size_t { n } * n * n; }
 
 private:
+    // Chains a setter: the assignment is the argument.
+    template <typename T> LutFileWriter& set(T) { return *this; }
+    Lut3DHeader m_header;
     std::string m_signature; // empty: the format's own
-    uint32_t m_version = 1;
-    uint32_t m_levelCount;
-    uint32_t m_entryType = 0;
-    uint32_t m_dimensions = 1;
-    uint64_t m_levelOffset = 48;
     uint8_t m_gapByte = 0;
     std::vector<float> m_levels;
     std::vector<uint8_t> m_entries;

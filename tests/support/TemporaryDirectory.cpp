@@ -3,33 +3,9 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
-#include <dirent.h>
+#include <filesystem>
 #include <sys/stat.h>
 #include <unistd.h>
-
-namespace {
-
-void removeTree(const std::string& path)
-{
-    struct stat st;
-    if (::lstat(path.c_str(), &st) != 0)
-        return;
-    if (S_ISDIR(st.st_mode)) {
-        if (DIR* dir = ::opendir(path.c_str())) {
-            while (const dirent* e = ::readdir(dir)) {
-                const std::string name = e->d_name;
-                if (name != "." && name != "..")
-                    removeTree(path + "/" + name);
-            }
-            ::closedir(dir);
-        }
-        ::rmdir(path.c_str());
-    } else {
-        ::unlink(path.c_str());
-    }
-}
-
-} // namespace
 
 TemporaryDirectory::TemporaryDirectory(const std::string& parent)
 {
@@ -45,21 +21,18 @@ TemporaryDirectory::TemporaryDirectory(const std::string& parent)
 
 TemporaryDirectory::~TemporaryDirectory()
 {
+    // Links inside are removed, never followed.
+    std::error_code ignored;
     if (!m_path.empty())
-        removeTree(m_path);
+        std::filesystem::remove_all(m_path, ignored);
 }
 
 std::vector<std::string> TemporaryDirectory::entries() const
 {
     std::vector<std::string> names;
-    if (DIR* dir = ::opendir(m_path.c_str())) {
-        while (const dirent* e = ::readdir(dir)) {
-            const std::string name = e->d_name;
-            if (name != "." && name != "..")
-                names.push_back(name);
-        }
-        ::closedir(dir);
-    }
+    std::error_code ignored;
+    for (const auto& e : std::filesystem::directory_iterator(m_path, ignored))
+        names.push_back(e.path().filename().string());
     std::sort(names.begin(), names.end());
     return names;
 }

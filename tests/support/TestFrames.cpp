@@ -6,12 +6,12 @@
 #include "lut/Lut3DTableBuilder.h"
 
 TestFrame::TestFrame(uint32_t w, uint32_t h, uint32_t spare)
-    : width(w),
-      height(h),
-      lumaStride(w + spare),
-      chromaStride(((w + 1) / 2) * 2 + spare),
-      luma(static_cast<size_t>(lumaStride) * h, kSentinel),
-      chroma(static_cast<size_t>(chromaStride) * ((h + 1) / 2), kSentinel)
+    : width(w)
+    , height(h)
+    , lumaStride(w + spare)
+    , chromaStride(((w + 1) / 2) * 2 + spare)
+    , luma(static_cast<size_t>(lumaStride) * h, kSentinel)
+    , chroma(static_cast<size_t>(chromaStride) * ((h + 1) / 2), kSentinel)
 {
 }
 
@@ -40,25 +40,25 @@ void TestFrame::fill(uint8_t y, uint8_t c0, uint8_t c1)
 
 Lut3DFrame TestFrame::descriptor()
 {
-    return Lut3DFrame{luma.data(), chroma.data(), nullptr, static_cast<int32_t>(lumaStride),
-                      static_cast<int32_t>(chromaStride)};
+    return Lut3DFrame { luma.data(), chroma.data(), nullptr, static_cast<int32_t>(lumaStride),
+        static_cast<int32_t>(chromaStride) };
 }
 
 Lut3DFrame TestFrame::descriptorBottomUp()
 {
-    return Lut3DFrame{lumaRow(height - 1), chromaRow(chromaRows() - 1), nullptr,
-                      -static_cast<int32_t>(lumaStride), -static_cast<int32_t>(chromaStride)};
+    return Lut3DFrame { lumaRow(height - 1), chromaRow(chromaRows() - 1), nullptr,
+        -static_cast<int32_t>(lumaStride), -static_cast<int32_t>(chromaStride) };
 }
 
 std::vector<uint8_t> TestFrame::pixels() const
 {
     std::vector<uint8_t> out;
     for (uint32_t row = 0; row < height; ++row)
-        out.insert(out.end(), luma.begin() + row * lumaStride,
-                   luma.begin() + row * lumaStride + width);
+        out.insert(
+            out.end(), luma.begin() + row * lumaStride, luma.begin() + row * lumaStride + width);
     for (uint32_t row = 0; row < chromaRows(); ++row)
         out.insert(out.end(), chroma.begin() + row * chromaStride,
-                   chroma.begin() + row * chromaStride + chromaBytes());
+            chroma.begin() + row * chromaStride + chromaBytes());
     return out;
 }
 
@@ -75,8 +75,8 @@ bool TestFrame::paddingIntact() const
     return true;
 }
 
-std::vector<uint8_t> tableEntries(uint32_t n, uint8_t (*f)(uint32_t, uint32_t, uint32_t, uint32_t,
-                                                           int))
+std::vector<uint8_t> tableEntries(
+    uint32_t n, uint8_t (*f)(uint32_t, uint32_t, uint32_t, uint32_t, int))
 {
     std::vector<uint8_t> e;
     e.reserve(3 * n * n * n);
@@ -114,8 +114,8 @@ std::vector<float> uniformLevels(uint32_t n)
 
 TablePtr buildTable(const std::vector<float>& levels, const std::vector<uint8_t>& entries)
 {
-    return TablePtr(Lut3DTableCreate(levels.data(), static_cast<uint32_t>(levels.size()),
-                                     entries.data()));
+    return TablePtr(
+        Lut3DTableCreate(levels.data(), static_cast<uint32_t>(levels.size()), entries.data()));
 }
 
 TablePtr randomTable(const std::vector<float>& levels, uint32_t seed)
@@ -125,12 +125,28 @@ TablePtr randomTable(const std::vector<float>& levels, uint32_t seed)
 }
 
 std::vector<uint8_t> referenceRender(const TestFrame& input, const Lut3DTable* table,
-                                     uint32_t format, uint32_t matrix, int32_t range)
+    uint32_t format, uint32_t matrix, int32_t range, bool bottomUp)
 {
     TestFrame f = input;
-    const Lut3DFrame d = f.descriptor();
-    if (!Lut3DRenderWithVariant(Lut3DKernelVariant::Reference, table, d, d, format, matrix, range,
-                                f.width, f.height))
+    const Lut3DFrame d = bottomUp ? f.descriptorBottomUp() : f.descriptor();
+    if (!Lut3DRenderWithVariant(
+            Lut3DKernelVariant::Reference, table, d, d, format, matrix, range, f.width, f.height))
         return {};
     return f.pixels();
+}
+
+std::vector<uint8_t> effectRender(Lut3DEffect* effect, const TestFrame& input,
+    const Lut3DTable* table, uint32_t format, uint32_t matrix, int32_t range, bool inPlace,
+    bool bottomUp)
+{
+    TestFrame source = input, separate(input.width, input.height, input.lumaStride - input.width);
+    TestFrame& target = inPlace ? source : separate;
+    Lut3DFrame s = bottomUp ? source.descriptorBottomUp() : source.descriptor();
+    Lut3DFrame d = bottomUp ? target.descriptorBottomUp() : target.descriptor();
+    const int32_t ok = ZecLut3DRenderEffect(effect, const_cast<Lut3DTable*>(table), &s, &d, format,
+        matrix, range, input.width, static_cast<int32_t>(input.height), 0);
+    if (ok != 1 || !target.paddingIntact() || !source.paddingIntact()
+        || (!inPlace && source.pixels() != input.pixels()))
+        return {};
+    return target.pixels();
 }

@@ -41,7 +41,7 @@ public:
     void fillRandom(uint32_t seed);
     void fill(uint8_t y, uint8_t c0, uint8_t c1);
 
-    Lut3DFrame descriptor();         // top-down, positive strides
+    Lut3DFrame descriptor(); // top-down, positive strides
     Lut3DFrame descriptorBottomUp(); // row 0 is the last row in memory, negative strides
 
     uint8_t* lumaRow(uint32_t row) { return luma.data() + row * lumaStride; }
@@ -58,8 +58,8 @@ public:
 };
 
 // Entries of an N^3 table (blue fastest) whose cell (r, g, b) holds f(r, g, b).
-std::vector<uint8_t> tableEntries(uint32_t n, uint8_t (*f)(uint32_t n, uint32_t r, uint32_t g,
-                                                           uint32_t b, int channel));
+std::vector<uint8_t> tableEntries(
+    uint32_t n, uint8_t (*f)(uint32_t n, uint32_t r, uint32_t g, uint32_t b, int channel));
 // Cells equal to their coordinates scaled to 0..255 (level value x 255).
 std::vector<uint8_t> identityEntries(uint32_t n);
 std::vector<uint8_t> randomEntries(uint32_t n, std::mt19937& rng);
@@ -70,8 +70,16 @@ TablePtr buildTable(const std::vector<float>& levels, const std::vector<uint8_t>
 TablePtr randomTable(const std::vector<float>& levels, uint32_t seed);
 
 // The pixels of `input` rendered by the portable reference kernel: the
-// oracle that every other path is compared with, byte for byte.
+// oracle that every other path is compared with, byte for byte. Bottom-up
+// describes the frame with negative strides (row 0 last in memory).
 std::vector<uint8_t> referenceRender(const TestFrame& input, const Lut3DTable* table,
-                                     uint32_t format, uint32_t matrix, int32_t range);
+    uint32_t format, uint32_t matrix, int32_t range, bool bottomUp = false);
+
+// The pixels of `input` rendered through the C interface by `effect`, into a
+// frame of their own or in place; empty when the render is refused, a
+// padding byte changed, or a separate source was written to.
+std::vector<uint8_t> effectRender(Lut3DEffect* effect, const TestFrame& input,
+    const Lut3DTable* table, uint32_t format, uint32_t matrix, int32_t range, bool inPlace = false,
+    bool bottomUp = false);
 
 #endif

@@ -5,23 +5,9 @@
 #include <string>
 
 #include "CubeFile.h"
+#include "ToolTestSupport.h"
 
 namespace {
-
-// An N-level identity table in .cube text, six decimals as such files have.
-std::string identityCube(uint32_t n, const char* eol = "\n")
-{
-    std::string text = std::string("LUT_3D_SIZE ") + std::to_string(n) + eol;
-    char line[96];
-    for (uint32_t b = 0; b < n; ++b)
-        for (uint32_t g = 0; g < n; ++g)
-            for (uint32_t r = 0; r < n; ++r) {
-                std::snprintf(line, sizeof line, "%.6f %.6f %.6f%s", r / double(n - 1),
-                    g / double(n - 1), b / double(n - 1), eol);
-                text += line;
-            }
-    return text;
-}
 
 std::string entries(uint32_t count, const char* value = "0 0 0")
 {
@@ -148,9 +134,11 @@ TEST(CubeFile, DomainBecomesTheLevels)
     for (const char* domain : { "DOMAIN_MIN -1e308 -1e308 -1e308\nDOMAIN_MAX 1e308 1e308 1e308\n",
              "DOMAIN_MIN 0 0 0\nDOMAIN_MAX 1e-50 1e-50 1e-50\n",
              "DOMAIN_MIN 1 1 1\nDOMAIN_MAX 1.00000001 1.00000001 1.00000001\n" }) {
-        ASSERT_TRUE(parseCube(std::string(domain) + "LUT_3D_SIZE 3\n" + entries(27), "f.cube", cube, error));
+        ASSERT_TRUE(parseCube(
+            std::string(domain) + "LUT_3D_SIZE 3\n" + entries(27), "f.cube", cube, error));
         EXPECT_FALSE(cubeToLut(cube, "f.cube", lut, error)) << domain;
-        EXPECT_EQ(error, "f.cube:2: the input levels are not finite and strictly increasing as 32-bit floats");
+        EXPECT_EQ(error,
+            "f.cube:2: the input levels are not finite and strictly increasing as 32-bit floats");
     }
 }
 
@@ -171,8 +159,9 @@ TEST(CubeFile, SharedShaperBecomesTheLevels)
         const char* shaper;
         const char* error;
     } refused[] = {
-        { "0 0 0\r0.5 0.75 0.75\r1 1 1\r", "s.cube:4: the shaper differs between channels; "
-                                              "only one curve shared by all three becomes the levels" },
+        { "0 0 0\r0.5 0.75 0.75\r1 1 1\r",
+            "s.cube:4: the shaper differs between channels; "
+            "only one curve shared by all three becomes the levels" },
         { "0 0 0\r0.75 0.75 0.75\r0.75 0.75 0.75\r", "s.cube:5: the shaper does not increase" },
         { "0.1 0.1 0.1\r0.5 0.5 0.5\r1 1 1\r",
             "s.cube:1: the shaper does not reach every node of the 3D grid" },
@@ -190,7 +179,7 @@ TEST(CubeFile, IdentityConvertsToTheIdentityTable)
         CubeTable cube;
         LutTable lut;
         std::string error;
-        ASSERT_TRUE(parseCube(identityCube(n, n == 17 ? "\r\n" : "\n"), "id.cube", cube, error))
+        ASSERT_TRUE(parseCube(identityCubeText(n, n == 17 ? "\r\n" : "\n"), "id.cube", cube, error))
             << error;
         ASSERT_TRUE(cubeToLut(cube, "id.cube", lut, error)) << error;
         EXPECT_EQ(encodeLutFile(lut), encodeLutFile(identityTable(n))) << "N = " << n;
@@ -232,8 +221,9 @@ TEST(CubeFile, RefusalsNameTheLine)
             "3: LUT_3D_INPUT_RANGE and DOMAIN_MIN/DOMAIN_MAX both set the input range" },
         { "lut_3d_input_range 0 1\nDomain_Max 1 1 1\n",
             "2: DOMAIN_MAX and LUT_3D_INPUT_RANGE both set the input range" },
-        { "\x89PNG\r\n", " not a .cube table (its first line is neither a keyword, a comment "
-                          "nor a table entry)" },
+        { "\x89PNG\r\n",
+            " not a .cube table (its first line is neither a keyword, a comment "
+            "nor a table entry)" },
         { "", " no LUT_3D_SIZE line; not a 3D .cube table" },
         { "TITLE \"only\"\n# nothing else\n", " no LUT_3D_SIZE line; not a 3D .cube table" },
     };

@@ -8,7 +8,6 @@
 #include "LutFile.h"
 #include "ToolTestSupport.h"
 #include "ZeLut3D.h"
-#include "lut/Lut3DTableBuilder.h"
 #include "support/TestFrames.h"
 
 namespace {
@@ -79,7 +78,7 @@ TEST(LutFile, NamesTheRuleABadFileBreaks)
 // table in memory: the byte order and levels are read as they were meant.
 TEST(LutFile, LibraryLoadsWhatTheToolWrites)
 {
-    TempDir dir;
+    TemporaryDirectory dir;
     std::mt19937 rng(11);
     LutTable random;
     random.n = 9;
@@ -87,30 +86,22 @@ TEST(LutFile, LibraryLoadsWhatTheToolWrites)
     random.entries = randomEntries(9, rng);
     LutTable shifted = identityTable(6);
     shifted.levels = { 0.0f, 0.1f, 0.3f, 0.6f, 0.8f, 1.0f }; // not uniform
+    const EffectPtr effect(ZecLut3DCreateEffect(1));
     for (const LutTable* t : { &random, &shifted }) {
-        const std::string path = dir.path("t.lut");
-        writeBytes(path, encodeLutFile(*t));
-        Lut3DTable* loaded = ZecLut3DLoadTableFromFile(path.c_str());
+        const std::string path = dir.file("t.lut");
+        writeFileBytes(path, encodeLutFile(*t));
+        const TablePtr loaded(ZecLut3DLoadTableFromFile(path.c_str()));
         ASSERT_NE(loaded, nullptr);
-        Lut3DTable* built = Lut3DTableCreate(t->levels.data(), t->n, t->entries.data());
-        Lut3DEffect* effect = ZecLut3DCreateEffect(1);
-        TestFrame source(67, 9), a(67, 9), b(67, 9);
+        TestFrame source(67, 9);
         source.fillRandom(3);
-        Lut3DFrame s = source.descriptor(), da = a.descriptor(), db = b.descriptor();
-        EXPECT_EQ(ZecLut3DRenderEffect(effect, loaded, &s, &da, 0, 1, 0, 67, 9, 0), 1);
-        EXPECT_EQ(ZecLut3DRenderEffect(effect, built, &s, &db, 0, 1, 0, 67, 9, 0), 1);
-        EXPECT_EQ(a.pixels(), b.pixels());
-        ZecLut3DDestroyEffect(effect);
-        ZecLut3DDestroyTable(built);
-        ZecLut3DDestroyTable(loaded);
+        EXPECT_EQ(effectRender(effect.get(), source, loaded.get(), 0, 1, 0),
+            referenceRender(source, buildTable(t->levels, t->entries).get(), 0, 1, 0));
     }
     // The demo's grade and the largest identity load too.
     for (const LutTable& t : { sampleGradeTable(33), identityTable(65) }) {
-        const std::string path = dir.path("g.lut");
-        writeBytes(path, encodeLutFile(t));
-        Lut3DTable* loaded = ZecLut3DLoadTableFromFile(path.c_str());
-        EXPECT_NE(loaded, nullptr);
-        ZecLut3DDestroyTable(loaded);
+        const std::string path = dir.file("g.lut");
+        writeFileBytes(path, encodeLutFile(t));
+        EXPECT_NE(TablePtr(ZecLut3DLoadTableFromFile(path.c_str())), nullptr);
     }
 }
 

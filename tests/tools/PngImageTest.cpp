@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <filesystem>
 #include <png.h>
 #include <random>
 
@@ -37,12 +36,12 @@ void writeRawPng(const std::string& path, uint32_t format, uint32_t w, uint32_t 
 
 TEST(PngImage, GreyAndPaletteFilesReadAsRgb)
 {
-    TempDir dir;
+    TemporaryDirectory dir;
     const uint8_t grey[6] = { 0, 50, 100, 150, 200, 255 };
-    writeRawPng(dir.path("grey.png"), PNG_FORMAT_GRAY, 3, 2, grey);
+    writeRawPng(dir.file("grey.png"), PNG_FORMAT_GRAY, 3, 2, grey);
     RgbImage image;
     std::string error;
-    ASSERT_TRUE(readPng(dir.path("grey.png"), image, error)) << error;
+    ASSERT_TRUE(readPng(dir.file("grey.png"), image, error)) << error;
     ASSERT_FALSE(image.hasAlpha);
     for (int i = 0; i < 6; ++i)
         for (int c = 0; c < 3; ++c)
@@ -50,31 +49,27 @@ TEST(PngImage, GreyAndPaletteFilesReadAsRgb)
 
     const uint8_t palette[6] = { 255, 0, 0, 10, 20, 30 };
     const uint8_t indices[4] = { 0, 1, 1, 0 };
-    writeRawPng(dir.path("pal.png"), PNG_FORMAT_RGB_COLORMAP, 2, 2, indices, palette, 2);
-    ASSERT_TRUE(readPng(dir.path("pal.png"), image, error)) << error;
+    writeRawPng(dir.file("pal.png"), PNG_FORMAT_RGB_COLORMAP, 2, 2, indices, palette, 2);
+    ASSERT_TRUE(readPng(dir.file("pal.png"), image, error)) << error;
     const std::vector<uint8_t> want = { 255, 0, 0, 10, 20, 30, 10, 20, 30, 255, 0, 0 };
     EXPECT_EQ(image.pixels, want);
 }
 
 TEST(PngImage, FailuresNameTheFileAndLeaveNothingBehind)
 {
-    TempDir dir;
-    writeText(dir.path("fake.png"), "GIF89a not a png");
+    TemporaryDirectory dir;
+    writeFileText(dir.file("fake.png"), "GIF89a not a png");
     RgbImage image;
     std::string error;
-    EXPECT_FALSE(readPng(dir.path("fake.png"), image, error));
-    EXPECT_EQ(error.rfind(dir.path("fake.png") + ": not a readable PNG image (", 0), 0u) << error;
-    EXPECT_FALSE(readPng(dir.path("missing.png"), image, error));
-    EXPECT_EQ(error, dir.path("missing.png") + ": No such file or directory");
-    EXPECT_FALSE(writePng(dir.path("no/such/dir.png"), randomImage(2, 2, false, 3), error));
-    EXPECT_EQ(error, dir.path("no/such/dir.png") + ": No such file or directory");
+    EXPECT_FALSE(readPng(dir.file("fake.png"), image, error));
+    EXPECT_EQ(error.rfind(dir.file("fake.png") + ": not a readable PNG image (", 0), 0u) << error;
+    EXPECT_FALSE(readPng(dir.file("missing.png"), image, error));
+    EXPECT_EQ(error, dir.file("missing.png") + ": No such file or directory");
+    EXPECT_FALSE(writePng(dir.file("no/such/dir.png"), randomImage(2, 2, false, 3), error));
+    EXPECT_EQ(error, dir.file("no/such/dir.png") + ": No such file or directory");
     // Writing goes through a temporary name; only the finished file remains.
-    ASSERT_TRUE(writePng(dir.path("ok.png"), randomImage(2, 2, false, 3), error)) << error;
-    std::vector<std::string> names;
-    for (const auto& entry : std::filesystem::directory_iterator(dir.path()))
-        names.push_back(entry.path().filename().string());
-    std::sort(names.begin(), names.end());
-    EXPECT_EQ(names, (std::vector<std::string> { "fake.png", "ok.png" }));
+    ASSERT_TRUE(writePng(dir.file("ok.png"), randomImage(2, 2, false, 3), error)) << error;
+    EXPECT_EQ(dir.entries(), (std::vector<std::string> { "fake.png", "ok.png" }));
 }
 
 } // namespace

@@ -1,38 +1,21 @@
 /*
- * Helpers for the zelut tests: a scratch folder, files, and running the built
- * zelut program.
+ * Running the built zelut program, and the text tables its tests feed it.
  *
- *   TempDir dir;
- *   writeBytes(dir.path("a.lut"), encodeLutFile(identityTable(5)));
- *   ZelutRun r = runZelut({"info", dir.path("a.lut")});
+ *   TemporaryDirectory dir;
+ *   writeFileBytes(dir.file("a.lut"), encodeLutFile(identityTable(5)));
+ *   ZelutRun r = runZelut({"info", dir.file("a.lut")});
  *   EXPECT_EQ(r.status, 0) << r.err;
  */
 #ifndef TESTS_TOOLS_TOOLTESTSUPPORT_H
 #define TESTS_TOOLS_TOOLTESTSUPPORT_H
 
-#include <gtest/gtest.h>
+#include <sys/resource.h>
 
 #include <cstdint>
 #include <string>
 #include <vector>
 
-class TempDir {
-public:
-    TempDir();
-    ~TempDir();
-    TempDir(const TempDir&) = delete;
-    TempDir& operator=(const TempDir&) = delete;
-    std::string path(const std::string& name) const { return m_path + "/" + name; }
-    const std::string& path() const { return m_path; }
-
-private:
-    std::string m_path;
-};
-
-void writeBytes(const std::string& path, const std::vector<uint8_t>& bytes);
-void writeText(const std::string& path, const std::string& text);
-std::vector<uint8_t> readBytes(const std::string& path);
-bool fileExists(const std::string& path);
+#include "support/TemporaryDirectory.h"
 
 struct ZelutRun {
     int status = -1; // exit status, or -1 when it did not exit normally
@@ -40,5 +23,14 @@ struct ZelutRun {
     std::vector<std::string> errLines() const;
 };
 ZelutRun runZelut(const std::vector<std::string>& args);
+// Starts zelut with standard input from /dev/null and its outputs into the
+// named files, after `limit` (if given) caps the size of files it writes; the
+// caller waits for it.
+pid_t spawnZelut(const std::vector<std::string>& args, const std::string& outPath,
+    const std::string& errPath, rlim_t limit = RLIM_INFINITY);
+
+// An N-level identity table in .cube text (red fastest, six decimals, as
+// colour tools write it), with `eol` line ends.
+std::string identityCubeText(uint32_t n, const char* eol = "\n");
 
 #endif

@@ -8,13 +8,13 @@
 #include <thread>
 
 #include <fcntl.h>
+#include <png.h>
 #include <signal.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/sysmacros.h>
 #include <sys/wait.h>
 #include <unistd.h>
-#include <png.h>
 #include <zlib.h>
 
 #include "ColourConvert.h"
@@ -27,21 +27,6 @@
 #include "support/TestText.h"
 
 namespace {
-
-std::string identityCubeText(uint32_t n)
-{
-    std::string text = "TITLE \"identity\"\r\n# written by the test\r\nLUT_3D_SIZE "
-        + std::to_string(n) + "\r\nDOMAIN_MIN 0 0 0\r\nDOMAIN_MAX 1 1 1\r\n\r\n";
-    char line[96];
-    for (uint32_t b = 0; b < n; ++b)
-        for (uint32_t g = 0; g < n; ++g)
-            for (uint32_t r = 0; r < n; ++r) {
-                std::snprintf(line, sizeof line, "%.6f %.6f %.6f\r\n", r / double(n - 1),
-                    g / double(n - 1), b / double(n - 1));
-                text += line;
-            }
-    return text;
-}
 
 std::vector<uint8_t> randomTableFile(uint32_t n, uint32_t seed)
 {
@@ -96,46 +81,48 @@ TEST(ZelutCommand, UsageErrorsExitTwoWithOneLine)
 
 TEST(ZelutCommand, ConvertRefusalsNameTheLineAndWriteNothing)
 {
-    TempDir dir;
-    const std::string in = dir.path("bad.cube"), out = dir.path("out.lut");
-    writeText(in, "LUT_3D_SIZE 2\r\n0 0 0\r\n0 0 O.5\r\n");
+    TemporaryDirectory dir;
+    const std::string in = dir.file("bad.cube"), out = dir.file("out.lut");
+    writeFileText(in, "LUT_3D_SIZE 2\r\n0 0 0\r\n0 0 O.5\r\n");
     expectOneErrorLine(
         runZelut({ "convert", in, out }), 1, "zelut convert: " + in + ":3: 'O.5' is not a number");
-    writeText(in, "LUT_1D_SIZE 1024\n");
+    writeFileText(in, "LUT_1D_SIZE 1024\n");
     expectOneErrorLine(runZelut({ "convert", in, out }), 1,
         "zelut convert: " + in
             + ":1: one-dimensional tables (LUT_1D_SIZE) are not supported; only 3D "
               "tables convert");
-    expectOneErrorLine(runZelut({ "convert", dir.path("none.cube"), out }), 1,
-        "zelut convert: " + dir.path("none.cube") + ": No such file or directory");
-    EXPECT_FALSE(fileExists(out));
-    writeText(in, identityCubeText(2));
-    expectOneErrorLine(runZelut({ "convert", in, dir.path("missing/out.lut") }), 1,
-        "zelut convert: " + dir.path("missing/out.lut") + ": No such file or directory");
+    expectOneErrorLine(runZelut({ "convert", dir.file("none.cube"), out }), 1,
+        "zelut convert: " + dir.file("none.cube") + ": No such file or directory");
+    EXPECT_FALSE(present(out));
+    writeFileText(in, identityCubeText(2));
+    expectOneErrorLine(runZelut({ "convert", in, dir.file("missing/out.lut") }), 1,
+        "zelut convert: " + dir.file("missing/out.lut") + ": No such file or directory");
 }
 
 // Hostile sizes cost neither time nor memory: every read stops at the most
 // a valid input can need, and an image's declared size is checked first.
 TEST(ZelutCommand, InputsAreReadWithinBounds)
 {
-    TempDir dir;
-    writeBytes(dir.path("big.lut"), encodeLutFile(identityTable(3)));
-    ASSERT_EQ(::truncate(dir.path("big.lut").c_str(), off_t{ 50 } << 30), 0);
-    const ZelutRun big = runZelut({ "info", dir.path("big.lut") });
+    TemporaryDirectory dir;
+    writeFileBytes(dir.file("big.lut"), encodeLutFile(identityTable(3)));
+    ASSERT_EQ(::truncate(dir.file("big.lut").c_str(), off_t { 50 } << 30), 0);
+    const ZelutRun big = runZelut({ "info", dir.file("big.lut") });
     EXPECT_EQ(big.status, 0) << big.err;
     EXPECT_NE(big.out.find("levels (N):   3\n"), std::string::npos) << big.out;
     expectOneErrorLine(runZelut({ "info", "/dev/zero" }), 1,
         "zelut info: /dev/zero: Failed to open lut file /dev/zero");
 
-    writeText(dir.path("wide.cube"), "LUT_3D_SIZE 2\n" + std::string(5000, ' ') + "0 0 0\n");
-    expectOneErrorLine(runZelut({ "convert", dir.path("wide.cube"), dir.path("o.lut") }), 1,
-        "zelut convert: " + dir.path("wide.cube") + ":2: line longer than 4096 bytes");
-    writeBytes(dir.path("in.yuv"), std::vector<uint8_t>(6));
-    writeText(dir.path("long.cube"), "LUT_3D_SIZE 2\n");
-    ASSERT_EQ(::truncate(dir.path("long.cube").c_str(), off_t{ 100 } << 20), 0);
-    expectOneErrorLine(runZelut({ "apply", "--lut", dir.path("long.cube"), "--size", "2x2",
-                           dir.path("in.yuv"), dir.path("o.yuv") }),
-        1, "zelut apply: " + dir.path("long.cube") + ": larger than 67108864 bytes, too large to read");
+    writeFileText(dir.file("wide.cube"), "LUT_3D_SIZE 2\n" + std::string(5000, ' ') + "0 0 0\n");
+    expectOneErrorLine(runZelut({ "convert", dir.file("wide.cube"), dir.file("o.lut") }), 1,
+        "zelut convert: " + dir.file("wide.cube") + ":2: line longer than 4096 bytes");
+    writeFileBytes(dir.file("in.yuv"), std::vector<uint8_t>(6));
+    writeFileText(dir.file("long.cube"), "LUT_3D_SIZE 2\n");
+    ASSERT_EQ(::truncate(dir.file("long.cube").c_str(), off_t { 100 } << 20), 0);
+    expectOneErrorLine(runZelut({ "apply", "--lut", dir.file("long.cube"), "--size", "2x2",
+                           dir.file("in.yuv"), dir.file("o.yuv") }),
+        1,
+        "zelut apply: " + dir.file("long.cube")
+            + ": larger than 67108864 bytes, too large to read");
 
     // A PNG signature and an IHDR chunk declaring 60000 x 60000 pixels.
     std::vector<uint8_t> png = { 0x89, 'P', 'N', 'G', '\r', '\n', 0x1A, '\n', 0, 0, 0, 13, 'I', 'H',
@@ -146,11 +133,11 @@ TEST(ZelutCommand, InputsAreReadWithinBounds)
     // An empty IDAT chunk: libpng reads up to the first one for the header.
     for (uint8_t b : { 0, 0, 0, 0, 0x49, 0x44, 0x41, 0x54, 0x35, 0xAF, 0x06, 0x1E })
         png.push_back(b);
-    writeBytes(dir.path("huge.png"), png);
-    writeBytes(dir.path("t.lut"), encodeLutFile(identityTable(2)));
-    expectOneErrorLine(runZelut({ "apply", "--lut", dir.path("t.lut"), dir.path("huge.png"),
-                           dir.path("o.png") }),
-        1, "zelut apply: " + dir.path("huge.png") + ": 60000x60000 is more than 2^28 pixels");
+    writeFileBytes(dir.file("huge.png"), png);
+    writeFileBytes(dir.file("t.lut"), encodeLutFile(identityTable(2)));
+    expectOneErrorLine(
+        runZelut({ "apply", "--lut", dir.file("t.lut"), dir.file("huge.png"), dir.file("o.png") }),
+        1, "zelut apply: " + dir.file("huge.png") + ": 60000x60000 is more than 2^28 pixels");
 
     const ZelutRun version = runZelut({ "--version" });
     EXPECT_EQ(version.status, 0);
@@ -161,72 +148,66 @@ TEST(ZelutCommand, InputsAreReadWithinBounds)
 // converted LUT files do.
 TEST(ZelutCommand, ApplyTakesTextTables)
 {
-    TempDir dir;
-    writeText(dir.path("look.cube"), identityCubeText(5));
-    writeText(dir.path("look.3dl"), "0 1023\n0 0 0\n0 0 900\n0 900 0\n0 900 900\n"
-                                    "900 0 0\n900 0 900\n900 900 0\n900 900 900\n");
+    TemporaryDirectory dir;
+    writeFileText(dir.file("look.cube"), identityCubeText(5));
+    writeFileText(dir.file("look.3dl"),
+        "0 1023\n0 0 0\n0 0 900\n0 900 0\n0 900 900\n"
+        "900 0 0\n900 0 900\n900 900 0\n900 900 900\n");
     std::vector<uint8_t> frames(64 * 32 * 3 / 2 * 2);
     std::mt19937 rng(5);
     for (uint8_t& b : frames)
         b = static_cast<uint8_t>(rng());
-    writeBytes(dir.path("in.yuv"), frames);
+    writeFileBytes(dir.file("in.yuv"), frames);
     for (const char* look : { "look.cube", "look.3dl" }) {
-        const std::string converted = dir.path(std::string(look) + ".lut");
-        ASSERT_EQ(runZelut({ "convert", dir.path(look), converted }).status, 0);
-        for (const std::string& table : { dir.path(look), converted }) {
-            const ZelutRun r = runZelut({ "apply", "--lut", table, "--size", "64x32", dir.path("in.yuv"),
-                table + ".yuv" });
+        const std::string converted = dir.file(std::string(look) + ".lut");
+        ASSERT_EQ(runZelut({ "convert", dir.file(look), converted }).status, 0);
+        for (const std::string& table : { dir.file(look), converted }) {
+            const ZelutRun r = runZelut(
+                { "apply", "--lut", table, "--size", "64x32", dir.file("in.yuv"), table + ".yuv" });
             ASSERT_EQ(r.status, 0) << r.err;
         }
-        EXPECT_EQ(readBytes(dir.path(look) + ".yuv"), readBytes(converted + ".yuv")) << look;
+        EXPECT_EQ(readFileBytes(dir.file(look) + ".yuv"), readFileBytes(converted + ".yuv"))
+            << look;
     }
-    EXPECT_NE(readBytes(dir.path("look.cube.yuv")), readBytes(dir.path("look.3dl.yuv")));
+    EXPECT_NE(readFileBytes(dir.file("look.cube.yuv")), readFileBytes(dir.file("look.3dl.yuv")));
 }
 
+// Bad files get one line: the library's own reason without the log's
+// decoration or source position, or the rule that the library refuses
+// silently.
 TEST(ZelutCommand, InfoRefusesBadFilesWithOneClearLine)
 {
-    TempDir dir;
-    std::vector<uint8_t> bytes = encodeLutFile(identityTable(3));
-    bytes[8] = 2; // version 2: the library refuses it without a message
-    writeBytes(dir.path("v2.lut"), bytes);
-    expectOneErrorLine(runZelut({ "info", dir.path("v2.lut") }), 1,
-        "zelut info: " + dir.path("v2.lut") + ": unsupported version 2 (only version 1 is read)");
-    bytes = encodeLutFile(identityTable(3));
-    bytes[12] = 66;
-    writeBytes(dir.path("n66.lut"), bytes);
-    expectOneErrorLine(runZelut({ "info", dir.path("n66.lut") }), 1,
-        "zelut info: " + dir.path("n66.lut") + ": level count 66 is outside 1 to 65");
-}
-
-// The library's own reasons, shown without liblog's decoration or the
-// source position.
-TEST(ZelutCommand, InfoShowsTheLibrarysReason)
-{
-    TempDir dir;
-    std::vector<uint8_t> bytes = encodeLutFile(identityTable(3));
-    bytes[0] = 'X';
-    writeBytes(dir.path("sig.lut"), bytes);
-    expectOneErrorLine(runZelut({ "info", dir.path("sig.lut") }), 1,
-        "zelut info: " + dir.path("sig.lut") + ": Invalid lut file signature!");
-    bytes = encodeLutFile(identityTable(3));
-    bytes.pop_back();
-    writeBytes(dir.path("short.lut"), bytes);
-    expectOneErrorLine(runZelut({ "info", dir.path("short.lut") }), 1,
-        "zelut info: " + dir.path("short.lut") + ": Failed to read lut data!");
-    bytes = encodeLutFile(identityTable(3));
-    bytes[20] = 0;
-    writeBytes(dir.path("1d.lut"), bytes);
-    expectOneErrorLine(runZelut({ "info", dir.path("1d.lut") }), 1,
-        "zelut info: " + dir.path("1d.lut") + ": We only support 3D LUT file!");
+    TemporaryDirectory dir;
+    const struct {
+        size_t at;
+        int value; // -1: the last byte is cut off
+        const char* reason;
+    } cases[] = {
+        { 8, 2, "unsupported version 2 (only version 1 is read)" },
+        { 12, 66, "level count 66 is outside 1 to 65" },
+        { 0, 'X', "Invalid lut file signature!" },
+        { 0, -1, "Failed to read lut data!" },
+        { 20, 0, "We only support 3D LUT file!" },
+    };
+    for (const auto& c : cases) {
+        std::vector<uint8_t> bytes = encodeLutFile(identityTable(3));
+        if (c.value < 0)
+            bytes.pop_back();
+        else
+            bytes[c.at] = static_cast<uint8_t>(c.value);
+        writeFileBytes(dir.file("bad.lut"), bytes);
+        expectOneErrorLine(runZelut({ "info", dir.file("bad.lut") }), 1,
+            "zelut info: " + dir.file("bad.lut") + ": " + c.reason);
+    }
 }
 
 TEST(ZelutCommand, InfoShowsTheFields)
 {
-    TempDir dir;
+    TemporaryDirectory dir;
     LutTable t = identityTable(17);
     t.levels[3] += 0.01f;
-    writeBytes(dir.path("t.lut"), encodeLutFile(t));
-    const ZelutRun r = runZelut({ "info", dir.path("t.lut") });
+    writeFileBytes(dir.file("t.lut"), encodeLutFile(t));
+    const ZelutRun r = runZelut({ "info", dir.file("t.lut") });
     ASSERT_EQ(r.status, 0) << r.err;
     char crc[16];
     std::snprintf(
@@ -237,83 +218,64 @@ TEST(ZelutCommand, InfoShowsTheFields)
             std::string("uniform:      no\n"), std::string("first level:  0\n"),
             std::string("last level:   1\n"), "checksum:     " + std::string(crc) })
         EXPECT_NE(r.out.find(line), std::string::npos) << line << " in\n" << r.out;
-    writeBytes(dir.path("u.lut"), encodeLutFile(identityTable(33)));
+    writeFileBytes(dir.file("u.lut"), encodeLutFile(identityTable(33)));
     EXPECT_NE(
-        runZelut({ "info", dir.path("u.lut") }).out.find("uniform:      yes\n"), std::string::npos);
+        runZelut({ "info", dir.file("u.lut") }).out.find("uniform:      yes\n"), std::string::npos);
 }
 
-// Each output frame equals a render of the same input frame through the
-// library with the same arguments.
+// Each output frame equals the reference render of its input frame with the
+// same arguments.
 TEST(ZelutCommand, ApplyRendersEveryRawFrame)
 {
-    TempDir dir;
-    const uint32_t w = 37, h = 19, frames = 3;
-    writeBytes(dir.path("t.lut"), randomTableFile(7, 5));
-    std::vector<uint8_t> input;
-    for (uint32_t i = 0; i < frames; ++i) {
-        TestFrame f(w, h);
+    TemporaryDirectory dir;
+    writeFileBytes(dir.file("t.lut"), randomTableFile(7, 5));
+    const TablePtr table(ZecLut3DLoadTableFromFile(dir.file("t.lut").c_str()));
+    ASSERT_NE(table, nullptr);
+    std::vector<uint8_t> input, expected;
+    for (uint32_t i = 0; i < 3; ++i) {
+        TestFrame f(37, 19);
         f.fillRandom(100 + i);
-        const std::vector<uint8_t> p = f.pixels();
+        const std::vector<uint8_t> p = f.pixels(), want = referenceRender(f, table.get(), 1, 0, 1);
         input.insert(input.end(), p.begin(), p.end());
+        expected.insert(expected.end(), want.begin(), want.end());
     }
-    writeBytes(dir.path("in.yuv"), input);
+    writeFileBytes(dir.file("in.yuv"), input);
     const ZelutRun r = runZelut(
-        { "apply", "--lut", dir.path("t.lut"), "--format", "nv21", "--matrix", "bt601", "--range",
-            "full", "--threads", "3", "--size", "37x19", dir.path("in.yuv"), dir.path("out.yuv") });
+        { "apply", "--lut", dir.file("t.lut"), "--format", "nv21", "--matrix", "bt601", "--range",
+            "full", "--threads", "3", "--size", "37x19", dir.file("in.yuv"), dir.file("out.yuv") });
     ASSERT_EQ(r.status, 0) << r.err;
     EXPECT_EQ(r.err, ""); // no progress bar when stderr is not a terminal
     EXPECT_EQ(
-        r.out.rfind(dir.path("out.yuv") + ": 3 frames of 37x19 (NV21, BT.601 full range) in ", 0),
+        r.out.rfind(dir.file("out.yuv") + ": 3 frames of 37x19 (NV21, BT.601 full range) in ", 0),
         0u)
         << r.out;
     EXPECT_NE(r.out.find(" frames/s"), std::string::npos);
-    const std::vector<uint8_t> output = readBytes(dir.path("out.yuv"));
-    ASSERT_EQ(output.size(), input.size());
-
-    const std::string lutPath = dir.path("t.lut");
-    Lut3DTable* table = ZecLut3DLoadTableFromFile(lutPath.c_str());
-    ASSERT_NE(table, nullptr);
-    Lut3DEffect* effect = ZecLut3DCreateEffect(1);
-    const size_t frameBytes = input.size() / frames;
-    for (uint32_t i = 0; i < frames; ++i) {
-        std::vector<uint8_t> frame(
-            input.begin() + i * frameBytes, input.begin() + (i + 1) * frameBytes);
-        std::vector<uint8_t> want(frameBytes);
-        Lut3DFrame src
-            = { frame.data(), frame.data() + w * h, nullptr, int32_t(w), int32_t(w + 1) };
-        Lut3DFrame dst = { want.data(), want.data() + w * h, nullptr, int32_t(w), int32_t(w + 1) };
-        ASSERT_EQ(ZecLut3DRenderEffect(effect, table, &src, &dst, 1, 0, 1, w, h, 0), 1);
-        EXPECT_EQ(std::vector<uint8_t>(
-                      output.begin() + i * frameBytes, output.begin() + (i + 1) * frameBytes),
-            want)
-            << "frame " << i;
-    }
-    ZecLut3DDestroyEffect(effect);
-    ZecLut3DDestroyTable(table);
+    EXPECT_EQ(readFileBytes(dir.file("out.yuv")), expected);
 }
 
 TEST(ZelutCommand, ApplyRefusesRawFilesOfTheWrongSize)
 {
-    TempDir dir;
-    writeBytes(dir.path("t.lut"), encodeLutFile(identityTable(2)));
-    writeBytes(dir.path("in.yuv"), std::vector<uint8_t>(100));
+    TemporaryDirectory dir;
+    writeFileBytes(dir.file("t.lut"), encodeLutFile(identityTable(2)));
+    writeFileBytes(dir.file("in.yuv"), std::vector<uint8_t>(100));
     // Found before the table is loaded.
-    const ZelutRun r = runZelut({ "apply", "--lut", dir.path("t.lut"), "--size", "8x8",
-        dir.path("in.yuv"), dir.path("out.yuv") });
+    const ZelutRun r = runZelut({ "apply", "--lut", dir.file("t.lut"), "--size", "8x8",
+        dir.file("in.yuv"), dir.file("out.yuv") });
     expectOneErrorLine(r, 1,
-        "zelut apply: " + dir.path("in.yuv")
+        "zelut apply: " + dir.file("in.yuv")
             + ": 100 bytes are not a whole number of 8x8 frames (96 bytes "
               "each); check --size");
-    EXPECT_FALSE(fileExists(dir.path("out.yuv")));
-    writeBytes(dir.path("in.yuv"), std::vector<uint8_t>(96 * 2));
-    expectOneErrorLine(runZelut({ "apply", "--lut", dir.path("t.lut"), "--size", "8x8",
-                           dir.path("in.yuv"), dir.path("in.yuv") }),
-        1, "zelut apply: " + dir.path("in.yuv") + ": is the same file as " + dir.path("in.yuv")
+    EXPECT_FALSE(present(dir.file("out.yuv")));
+    writeFileBytes(dir.file("in.yuv"), std::vector<uint8_t>(96 * 2));
+    expectOneErrorLine(runZelut({ "apply", "--lut", dir.file("t.lut"), "--size", "8x8",
+                           dir.file("in.yuv"), dir.file("in.yuv") }),
+        1,
+        "zelut apply: " + dir.file("in.yuv") + ": is the same file as " + dir.file("in.yuv")
             + "; write to another file");
-    EXPECT_EQ(readBytes(dir.path("in.yuv")), std::vector<uint8_t>(96 * 2));
-    expectOneErrorLine(runZelut({ "apply", "--lut", dir.path("t.lut"), dir.path("none.png"),
-                           dir.path("out.png") }),
-        1, "zelut apply: " + dir.path("none.png") + ": No such file or directory");
+    EXPECT_EQ(readFileBytes(dir.file("in.yuv")), std::vector<uint8_t>(96 * 2));
+    expectOneErrorLine(runZelut({ "apply", "--lut", dir.file("t.lut"), dir.file("none.png"),
+                           dir.file("out.png") }),
+        1, "zelut apply: " + dir.file("none.png") + ": No such file or directory");
 }
 
 // The PNG path: the image, padded to even sides with its last column and
@@ -321,19 +283,19 @@ TEST(ZelutCommand, ApplyRefusesRawFilesOfTheWrongSize)
 // converted back and cropped; alpha untouched.
 TEST(ZelutCommand, ApplyRoundTripsAPng)
 {
-    TempDir dir;
+    TemporaryDirectory dir;
     RgbImage image(41, 23, true);
     std::mt19937 rng(8);
     for (uint8_t& b : image.pixels)
         b = static_cast<uint8_t>(rng());
     std::string error;
-    ASSERT_TRUE(writePng(dir.path("in.png"), image, error)) << error;
-    writeBytes(dir.path("t.lut"), randomTableFile(5, 6));
-    const ZelutRun r = runZelut({ "apply", "--lut", dir.path("t.lut"), "--matrix", "bt601",
-        dir.path("in.png"), dir.path("out.png") });
+    ASSERT_TRUE(writePng(dir.file("in.png"), image, error)) << error;
+    writeFileBytes(dir.file("t.lut"), randomTableFile(5, 6));
+    const ZelutRun r = runZelut({ "apply", "--lut", dir.file("t.lut"), "--matrix", "bt601",
+        dir.file("in.png"), dir.file("out.png") });
     ASSERT_EQ(r.status, 0) << r.err;
     RgbImage out;
-    ASSERT_TRUE(readPng(dir.path("out.png"), out, error)) << error;
+    ASSERT_TRUE(readPng(dir.file("out.png"), out, error)) << error;
 
     RgbImage padded(42, 24, true);
     for (uint32_t y = 0; y < 24; ++y)
@@ -342,7 +304,7 @@ TEST(ZelutCommand, ApplyRoundTripsAPng)
     YuvFrame frame(42, 24);
     rgbToYuv(padded.pixels.data(), 4, padded.rowBytes(), ColourMatrix::Bt601, ColourRange::Video,
         false, frame);
-    const TablePtr table(ZecLut3DLoadTableFromFile(dir.path("t.lut").c_str()));
+    const TablePtr table(ZecLut3DLoadTableFromFile(dir.file("t.lut").c_str()));
     const EffectPtr effect(ZecLut3DCreateEffect(1));
     Lut3DFrame f = { frame.luma(), frame.chroma(), nullptr, 42, int32_t(frame.chromaStride()) };
     ASSERT_EQ(ZecLut3DRenderEffect(effect.get(), table.get(), &f, &f, 0, 0, 0, 42, 24, 0), 1);
@@ -360,17 +322,19 @@ TEST(ZelutCommand, ApplyRoundTripsAPng)
 // mid-grey is 128 as at 8 bits, written with 8 bits and a warning.
 TEST(ZelutCommand, ApplyPngEdgesAndDepth)
 {
-    TempDir dir;
-    writeBytes(dir.path("id.lut"), encodeLutFile(identityTable(17)));
+    TemporaryDirectory dir;
+    writeFileBytes(dir.file("id.lut"), encodeLutFile(identityTable(17)));
     RgbImage flat(7, 5);
     for (size_t i = 0; i < flat.pixels.size(); i += 3)
         std::memcpy(&flat.pixels[i], "\xC8\x30\x50", 3);
     std::string error;
-    ASSERT_TRUE(writePng(dir.path("flat.png"), flat, error)) << error;
-    ASSERT_EQ(runZelut({ "apply", "--lut", dir.path("id.lut"), dir.path("flat.png"),
-                  dir.path("flat-out.png") }).status, 0);
+    ASSERT_TRUE(writePng(dir.file("flat.png"), flat, error)) << error;
+    ASSERT_EQ(runZelut({ "apply", "--lut", dir.file("id.lut"), dir.file("flat.png"),
+                           dir.file("flat-out.png") })
+                  .status,
+        0);
     RgbImage out;
-    ASSERT_TRUE(readPng(dir.path("flat-out.png"), out, error)) << error;
+    ASSERT_TRUE(readPng(dir.file("flat-out.png"), out, error)) << error;
     for (uint32_t y = 0; y < 5; ++y)
         for (uint32_t x = 0; x < 7; ++x)
             ASSERT_EQ(0, std::memcmp(out.pixel(x, y), out.pixel(0, 0), 3)) << x << "," << y;
@@ -381,31 +345,33 @@ TEST(ZelutCommand, ApplyPngEdgesAndDepth)
     png.height = 2;
     png.format = PNG_FORMAT_LINEAR_RGB;
     const std::vector<uint16_t> grey(24, 0x8080);
-    ASSERT_TRUE(png_image_write_to_file(&png, dir.path("deep.png").c_str(), 0, grey.data(), 0, nullptr));
-    const ZelutRun r = runZelut({ "apply", "--lut", dir.path("id.lut"), dir.path("deep.png"),
-        dir.path("deep-out.png") });
-    expectOneErrorLine(r, 0, "zelut apply: " + dir.path("deep.png") + " has 16 bits per channel; "
-            + dir.path("deep-out.png") + " was written with 8");
-    ASSERT_TRUE(readPng(dir.path("deep-out.png"), out, error)) << error;
+    ASSERT_TRUE(
+        png_image_write_to_file(&png, dir.file("deep.png").c_str(), 0, grey.data(), 0, nullptr));
+    const ZelutRun r = runZelut(
+        { "apply", "--lut", dir.file("id.lut"), dir.file("deep.png"), dir.file("deep-out.png") });
+    expectOneErrorLine(r, 0,
+        "zelut apply: " + dir.file("deep.png") + " has 16 bits per channel; "
+            + dir.file("deep-out.png") + " was written with 8");
+    ASSERT_TRUE(readPng(dir.file("deep-out.png"), out, error)) << error;
     EXPECT_EQ(out.pixels, std::vector<uint8_t>(24, 128));
 }
 
 TEST(ZelutCommand, DemoAndBenchRunWithoutInput)
 {
-    TempDir dir;
+    TemporaryDirectory dir;
     const ZelutRun demo
         = runZelut({ "demo", "--out", dir.path(), "--size", "96x54", "--threads", "1" });
     ASSERT_EQ(demo.status, 0) << demo.err;
-    EXPECT_NE(demo.out.find("  before:  " + dir.path("demo-before.png") + "\n"), std::string::npos)
+    EXPECT_NE(demo.out.find("  before:  " + dir.file("demo-before.png") + "\n"), std::string::npos)
         << demo.out;
     EXPECT_NE(
-        demo.out.find("  compare: " + dir.path("demo-compare.png") + "\n"), std::string::npos);
+        demo.out.find("  compare: " + dir.file("demo-compare.png") + "\n"), std::string::npos);
     EXPECT_NE(demo.out.find(" ms per frame"), std::string::npos);
     RgbImage before, after, compare;
     std::string error;
-    ASSERT_TRUE(readPng(dir.path("demo-before.png"), before, error)) << error;
-    ASSERT_TRUE(readPng(dir.path("demo-after.png"), after, error)) << error;
-    ASSERT_TRUE(readPng(dir.path("demo-compare.png"), compare, error)) << error;
+    ASSERT_TRUE(readPng(dir.file("demo-before.png"), before, error)) << error;
+    ASSERT_TRUE(readPng(dir.file("demo-after.png"), after, error)) << error;
+    ASSERT_TRUE(readPng(dir.file("demo-compare.png"), compare, error)) << error;
     EXPECT_EQ(before.width, 96u);
     EXPECT_EQ(after.height, 54u);
     EXPECT_GT(compare.width, 2 * 96u);
@@ -419,33 +385,10 @@ TEST(ZelutCommand, DemoAndBenchRunWithoutInput)
         EXPECT_NE(bench.out.find(unit), std::string::npos) << bench.out;
 }
 
-// Starts zelut with `args` after `limit` (if given) caps the size of files it
-// writes; the caller waits.
-pid_t spawnZelut(const std::vector<std::string>& args, rlim_t limit = RLIM_INFINITY)
-{
-    const pid_t pid = ::fork();
-    if (pid == 0) {
-        const int null = ::open("/dev/null", O_RDWR);
-        ::dup2(null, 0);
-        ::dup2(null, 1);
-        ::dup2(null, 2);
-        const struct rlimit size = {limit, limit};
-        if (limit != RLIM_INFINITY)
-            ::setrlimit(RLIMIT_FSIZE, &size);
-        std::vector<char*> argv{const_cast<char*>(ZELUT_EXECUTABLE)};
-        for (const std::string& a : args)
-            argv.push_back(const_cast<char*>(a.c_str()));
-        argv.push_back(nullptr);
-        ::execv(ZELUT_EXECUTABLE, argv.data());
-        ::_exit(127);
-    }
-    return pid;
-}
-
-std::vector<std::string> leftovers(const TempDir& dir)
+std::vector<std::string> leftovers(const TemporaryDirectory& dir)
 {
     std::vector<std::string> found;
-    for (const std::string& n : namesIn(dir.path()))
+    for (const std::string& n : dir.entries())
         if (n.find(".zelut-") != std::string::npos)
             found.push_back(n);
     return found;
@@ -457,78 +400,78 @@ std::vector<std::string> leftovers(const TempDir& dir)
 // permissions. No temporary is left behind in any case.
 TEST(ZelutCommand, OutputsNeverCostAFile)
 {
-    TempDir dir;
-    const std::string lut = dir.path("t.lut"), in = dir.path("in.yuv");
-    writeBytes(lut, randomTableFile(5, 3));
+    TemporaryDirectory dir;
+    const std::string lut = dir.file("t.lut"), in = dir.file("in.yuv");
+    writeFileBytes(lut, randomTableFile(5, 3));
     std::vector<uint8_t> frames(96 * 3);
     std::mt19937 rng(4);
     for (uint8_t& b : frames)
         b = static_cast<uint8_t>(rng());
-    writeBytes(in, frames);
+    writeFileBytes(in, frames);
     auto apply = [&](const std::string& out) {
-        return runZelut({"apply", "--lut", lut, "--size", "8x8", in, out});
+        return runZelut({ "apply", "--lut", lut, "--size", "8x8", in, out });
     };
-    ASSERT_EQ(apply(dir.path("plain.yuv")).status, 0);
-    const std::vector<uint8_t> rendered = readBytes(dir.path("plain.yuv"));
+    ASSERT_EQ(apply(dir.file("plain.yuv")).status, 0);
+    const std::vector<uint8_t> rendered = readFileBytes(dir.file("plain.yuv"));
     ASSERT_EQ(rendered.size(), frames.size());
 
-    ASSERT_EQ(::symlink(in.c_str(), dir.path("to-input").c_str()), 0);
-    for (const std::string& out : {in, dir.path("to-input"), lut})
+    ASSERT_EQ(::symlink(in.c_str(), dir.file("to-input").c_str()), 0);
+    for (const std::string& out : { in, dir.file("to-input"), lut })
         EXPECT_EQ(apply(out).status, 1) << out;
-    writeText(dir.path("same.cube"), identityCubeText(2));
-    EXPECT_EQ(runZelut({"convert", dir.path("same.cube"), dir.path("same.cube")}).status, 1);
-    EXPECT_EQ(readBytes(in), frames);
-    EXPECT_EQ(readBytes(dir.path("same.cube")).size(), identityCubeText(2).size());
+    writeFileText(dir.file("same.cube"), identityCubeText(2));
+    EXPECT_EQ(runZelut({ "convert", dir.file("same.cube"), dir.file("same.cube") }).status, 1);
+    EXPECT_EQ(readFileBytes(in), frames);
+    EXPECT_EQ(readFileBytes(dir.file("same.cube")).size(), identityCubeText(2).size());
 
-    writeBytes(dir.path("real.yuv"), {1, 2, 3});
-    ::chmod(dir.path("real.yuv").c_str(), 0600);
-    ASSERT_EQ(::symlink("real.yuv", dir.path("link.yuv").c_str()), 0);
-    EXPECT_EQ(apply(dir.path("link.yuv")).status, 0);
-    EXPECT_TRUE(S_ISLNK(statOf(dir.path("link.yuv")).st_mode));
-    EXPECT_EQ(readBytes(dir.path("real.yuv")), rendered);
-    EXPECT_EQ(statOf(dir.path("real.yuv")).st_mode & 07777, 0600u);
+    writeFileBytes(dir.file("real.yuv"), { 1, 2, 3 });
+    ::chmod(dir.file("real.yuv").c_str(), 0600);
+    ASSERT_EQ(::symlink("real.yuv", dir.file("link.yuv").c_str()), 0);
+    EXPECT_EQ(apply(dir.file("link.yuv")).status, 0);
+    EXPECT_TRUE(S_ISLNK(statOf(dir.file("link.yuv")).st_mode));
+    EXPECT_EQ(readFileBytes(dir.file("real.yuv")), rendered);
+    EXPECT_EQ(statOf(dir.file("real.yuv")).st_mode & 07777, 0600u);
 
-    ASSERT_EQ(::mkfifo(dir.path("pipe").c_str(), 0600), 0);
+    ASSERT_EQ(::mkfifo(dir.file("pipe").c_str(), 0600), 0);
     std::vector<uint8_t> piped;
-    std::thread reader([&] { piped = readBytes(dir.path("pipe")); });
-    EXPECT_EQ(apply(dir.path("pipe")).status, 0);
+    std::thread reader([&] { piped = readFileBytes(dir.file("pipe")); });
+    EXPECT_EQ(apply(dir.file("pipe")).status, 0);
     // A reader still waiting for a writer (the pipe was never opened) is let
     // go with nothing.
-    const int unblock = ::open(dir.path("pipe").c_str(), O_WRONLY | O_NONBLOCK);
+    const int unblock = ::open(dir.file("pipe").c_str(), O_WRONLY | O_NONBLOCK);
     if (unblock >= 0)
         ::close(unblock);
     reader.join();
     EXPECT_EQ(piped, rendered);
-    EXPECT_TRUE(S_ISFIFO(statOf(dir.path("pipe")).st_mode));
+    EXPECT_TRUE(S_ISFIFO(statOf(dir.file("pipe")).st_mode));
 
     // A device of our own (the system's null device's numbers), root only.
-    if (::mknod(dir.path("null").c_str(), S_IFCHR | 0666, makedev(1, 3)) == 0) {
-        EXPECT_EQ(apply(dir.path("null")).status, 0);
-        EXPECT_TRUE(S_ISCHR(statOf(dir.path("null")).st_mode));
+    if (::mknod(dir.file("null").c_str(), S_IFCHR | 0666, makedev(1, 3)) == 0) {
+        EXPECT_EQ(apply(dir.file("null")).status, 0);
+        EXPECT_TRUE(S_ISCHR(statOf(dir.file("null")).st_mode));
     }
-    EXPECT_EQ(leftovers(dir), std::vector<std::string>{});
+    EXPECT_EQ(leftovers(dir), std::vector<std::string> {});
 }
 
 // A run stopped by a signal or by the file-size limit removes its
 // temporary, leaves no output and ends with the signal's status.
 TEST(ZelutCommand, SignalsLeaveNoTemporaryBehind)
 {
-    TempDir dir;
-    const std::string lut = dir.path("t.lut"), in = dir.path("in.yuv");
-    writeBytes(lut, encodeLutFile(identityTable(2)));
+    TemporaryDirectory dir;
+    const std::string lut = dir.file("t.lut"), in = dir.file("in.yuv");
+    writeFileBytes(lut, encodeLutFile(identityTable(2)));
     // 600 frames of 1280x720 without a byte on disk (the file is sparse).
     const int fd = ::open(in.c_str(), O_WRONLY | O_CREAT, 0600);
     ASSERT_EQ(::ftruncate(fd, off_t(1382400) * 600), 0);
     ::close(fd);
-    const std::vector<std::string> args = {"apply", "--lut", lut, "--size", "1280x720", in,
-                                           dir.path("out.yuv")};
+    const std::vector<std::string> args
+        = { "apply", "--lut", lut, "--size", "1280x720", in, dir.file("out.yuv") };
     struct Case {
         int signal;
         rlim_t limit;
     };
-    for (const Case c : {Case{SIGTERM, RLIM_INFINITY}, Case{SIGINT, RLIM_INFINITY},
-                         Case{SIGXFSZ, 4000000}}) {
-        const pid_t pid = spawnZelut(args, c.limit);
+    for (const Case c : { Case { SIGTERM, RLIM_INFINITY }, Case { SIGINT, RLIM_INFINITY },
+             Case { SIGXFSZ, 4000000 } }) {
+        const pid_t pid = spawnZelut(args, "/dev/null", "/dev/null", c.limit);
         if (c.limit == RLIM_INFINITY) {
             // Signalled once it has its temporary and is writing.
             for (int i = 0; i < 20000 && leftovers(dir).empty(); ++i)
@@ -537,9 +480,10 @@ TEST(ZelutCommand, SignalsLeaveNoTemporaryBehind)
         }
         int status = 0;
         ASSERT_EQ(::waitpid(pid, &status, 0), pid);
-        EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == c.signal) << c.signal << " " << status;
-        EXPECT_EQ(leftovers(dir), std::vector<std::string>{}) << c.signal;
-        EXPECT_FALSE(fileExists(dir.path("out.yuv"))) << c.signal;
+        EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == c.signal)
+            << c.signal << " " << status;
+        EXPECT_EQ(leftovers(dir), std::vector<std::string> {}) << c.signal;
+        EXPECT_FALSE(present(dir.file("out.yuv"))) << c.signal;
     }
 }
 
