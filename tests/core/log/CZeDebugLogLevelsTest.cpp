@@ -1,7 +1,7 @@
-// Level gate, priorities, prefix and console form of the message emitters.
+// Level gate and priorities of every way into the log, and the length limits
+// of the emitters.
 #include <gtest/gtest.h>
 
-#include <cstdio>
 #include <string>
 
 #include "CZeDebugLog.h"
@@ -12,75 +12,49 @@ namespace {
 
 using Log = CZeDebugLog;
 
-Log::ZeMessageType type7()
-{
-    return static_cast<Log::ZeMessageType>(7);
-}
-
-TEST(DebugLogLevels, GateByLevel)
+// At each level, one message of every type straight to the emitter (D), through
+// the printf-style entries (P) and through the stream entries (S); each passing
+// message is listed with its priority.
+TEST(DebugLogLevels, GateAndPriorityOfEveryEntry)
 {
     MessageCapture capture;
-    struct Case {
+    const Log::ZeMessageType seven = static_cast<Log::ZeMessageType>(7);
+    const struct {
         Log::DebugLevel level;
-        bool debug, info, warning, error, seven;
-    } cases[] = {
-        {Log::DebugLevelNone, false, false, false, false, false},
-        {Log::DebugLevelError, false, false, false, true, false},
-        {Log::DebugLevelWarning, false, false, true, true, false},
-        {Log::DebugLevelInfo, false, true, true, true, false},
-        {Log::DebugLevelVerbose, true, true, true, true, true},
+        const char* passing;
+    } rows[] = {
+        { Log::DebugLevelNone, "" },
+        { Log::DebugLevelError, "D6 P6 S6 " },
+        { Log::DebugLevelWarning, "D6 D5 P6 P5 S6 S5 " },
+        { Log::DebugLevelInfo, "D6 D5 D4 P6 P5 P4 S6 S5 S4 " },
+        { Log::DebugLevelVerbose, "D6 D5 D4 D2 D2 P6 P5 P4 P2 S6 S5 S4 S2 " },
     };
-    for (const Case& c : cases) {
-        Log::SetDebugLevel(c.level);
-        EXPECT_EQ(Log::DebugLevelCheck(Log::ZeDebugMsg), c.debug) << c.level;
-        EXPECT_EQ(Log::DebugLevelCheck(Log::ZeInfoMsg), c.info) << c.level;
-        EXPECT_EQ(Log::DebugLevelCheck(Log::ZeWarningMsg), c.warning) << c.level;
-        EXPECT_EQ(Log::DebugLevelCheck(Log::ZeErrorMsg), c.error) << c.level;
-        EXPECT_EQ(Log::DebugLevelCheck(type7()), c.seven) << c.level;
-
+    const CZeMessageLogger bare;
+    for (const auto& row : rows) {
+        SCOPED_TRACE("level " + std::to_string(row.level));
+        Log::SetDebugLevel(row.level);
         capture.clear();
-        Log::debugFormatOutput("e", Log::ZeErrorMsg, false);
-        Log::debugFormatOutput("d", Log::ZeDebugMsg, false);
-        CZeMessageLogger().error("e%d", 1);
-        CZeMessageLogger().warning("w%d", 2);
-        CZeMessageLogger().info("i%d", 3);
-        CZeMessageLogger().debug("d%d", 4);
-        const size_t expected = (c.error ? 2 : 0) + (c.debug ? 2 : 0) + c.warning + c.info;
-        EXPECT_EQ(capture.count(), expected) << "level " << c.level;
+        for (Log::ZeMessageType type :
+            { Log::ZeErrorMsg, Log::ZeWarningMsg, Log::ZeInfoMsg, Log::ZeDebugMsg, seven })
+            Log::debugFormatOutput("D", type, false);
+        bare.error("%c", 'P');
+        bare.warning("%c", 'P');
+        bare.info("%c", 'P');
+        bare.debug("%c", 'P');
+        bare.error() << 'S';
+        bare.warning() << 'S';
+        bare.info() << 'S';
+        bare.debug() << 'S';
+        std::string passing;
+        for (const CapturedMessage& m : capture.messages()) {
+            passing += m.text + std::to_string(m.priority) + " "; // no line feed added
+            EXPECT_EQ(m.tag, "tavren");
+        }
+        EXPECT_EQ(passing, row.passing);
     }
-}
-
-TEST(DebugLogLevels, PrioritiesAndTag)
-{
-    MessageCapture capture;
-    Log::SetDebugLevel(Log::DebugLevelVerbose);
-    Log::debugFormatOutput("d", Log::ZeDebugMsg, false);
-    Log::debugFormatOutput("i", Log::ZeInfoMsg, false);
-    Log::debugFormatOutput("w", Log::ZeWarningMsg, false);
-    Log::debugFormatOutput("e", Log::ZeErrorMsg, false);
-    Log::debugFormatOutput("7", type7(), false);
-    const auto m = capture.messages();
-    ASSERT_EQ(m.size(), 5u);
-    const int priorities[] = {2, 4, 5, 6, 2};
-    for (size_t i = 0; i < m.size(); ++i) {
-        EXPECT_EQ(m[i].priority, priorities[i]) << m[i].text;
-        EXPECT_EQ(m[i].tag, "tavren");
-    }
-    EXPECT_EQ(m[4].text, "7"); // no line feed added for the system log
-}
-
-TEST(DebugLogLevels, PositionPrefix)
-{
-    MessageCapture capture;
-    CZeMessageLogger("file.cpp", 42, "doThing").error("value %d", 7);
-    Log::debugFormatOutput("text", Log::ZeWarningMsg, "a.cpp", -3, "f", false);
-    CZeMessageLogger().error("bare %s", "message");
-    const auto m = capture.messages();
-    ASSERT_EQ(m.size(), 3u);
-    EXPECT_EQ(m[0].text, "file.cpp(42), doThing: value 7");
-    EXPECT_EQ(m[0].priority, 6);
-    EXPECT_EQ(m[1].text, "a.cpp(-3), f: text");
-    EXPECT_EQ(m[2].text, "bare message");
+    Log::SetDebugLevel(Log::DebugLevelError);
+    Log::SetDebugLevel(static_cast<Log::DebugLevel>(5)); // out of range: ignored
+    EXPECT_FALSE(Log::DebugLevelCheck(Log::ZeWarningMsg));
 }
 
 TEST(DebugLogLevels, LongTextsAreCut)
@@ -93,21 +67,8 @@ TEST(DebugLogLevels, LongTextsAreCut)
     const auto m = capture.messages();
     ASSERT_EQ(m.size(), 3u);
     EXPECT_EQ(m[0].text, std::string(1023, 'x'));
-    EXPECT_EQ(m[1].text, std::string(1023, 'x') + "m"); // prefix cut at 1023 bytes
-    EXPECT_EQ(m[2].text, "f.cpp(1), g: " + big);        // the message itself is not cut
-}
-
-TEST(DebugLogLevels, ConsoleGoesToStandardErrorWithLineFeed)
-{
-    MessageCapture capture;
-    Log::SetForceLogToStdOut(true);
-    testing::internal::CaptureStderr();
-    CZeMessageLogger("c.cpp", 9, "fn").error("to console");
-    Log::debugFormatOutput("plain", Log::ZeInfoMsg, false);
-    const std::string err = testing::internal::GetCapturedStderr();
-    Log::SetForceLogToStdOut(false);
-    EXPECT_EQ(err, "c.cpp(9), fn: to console\nplain\n");
-    EXPECT_EQ(capture.count(), 2u); // the host's callback sees them all the same
+    EXPECT_EQ(m[1].text, std::string(1023, 'x') + "m"); // the prefix is cut at 1023 bytes
+    EXPECT_EQ(m[2].text, "f.cpp(1), g: " + big); // the message itself is not
 }
 
 } // namespace

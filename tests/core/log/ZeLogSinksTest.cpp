@@ -7,8 +7,8 @@
 #include <vector>
 
 #include "CZeDebugLog.h"
-#include "core/log/CZeMessageLogger.h"
 #include "ZeLut3D.h"
+#include "core/log/CZeMessageLogger.h"
 #include "support/MessageCapture.h"
 
 namespace {
@@ -24,12 +24,11 @@ std::vector<CapturedMessage> systemLog()
 
 } // namespace
 
-extern "C" __attribute__((visibility("default"))) int __android_log_write(int priority,
-                                                                  const char* tag,
-                                                                  const char* text)
+extern "C" __attribute__((visibility("default"))) int __android_log_write(
+    int priority, const char* tag, const char* text)
 {
     std::lock_guard<std::mutex> lock(g_mutex);
-    g_system.push_back({priority, tag, text});
+    g_system.push_back({ priority, tag, text });
     return 1;
 }
 
@@ -46,14 +45,14 @@ TEST(LogSinks, SystemLogAndCallbackGetTheSameMessages)
     {
         MessageCapture capture;
         CZeMessageLogger("s.cpp", 3, "f").error("broken %d", 1);
-        CZeMessageLogger().warning("odd");
+        CZeMessageLogger("t.cpp", 4, "g").warning() << "odd";
         CZeDebugLog::debugFormatOutput("note", CZeDebugLog::ZeInfoMsg, false);
         const auto hosted = capture.messages();
         const auto system = systemLog();
         ASSERT_EQ(system.size(), 3u);
         ASSERT_EQ(hosted.size(), 3u);
-        const CapturedMessage expected[] = {
-            {6, "tavren", "s.cpp(3), f: broken 1"}, {5, "tavren", "odd"}, {4, "tavren", "note"}};
+        const CapturedMessage expected[] = { { 6, "tavren", "s.cpp(3), f: broken 1" },
+            { 5, "tavren", "t.cpp(4), g: odd" }, { 4, "tavren", "note" } };
         for (size_t i = 0; i < 3; ++i) {
             EXPECT_TRUE(same(system[i], expected[i])) << system[i].text;
             EXPECT_TRUE(same(hosted[i], expected[i])) << hosted[i].text;
