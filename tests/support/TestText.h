@@ -13,6 +13,7 @@
 #include <sys/stat.h>
 
 #include <cstring>
+#include <initializer_list>
 #include <string>
 #include <vector>
 
@@ -54,6 +55,25 @@ inline std::u16string u16(const CZeString& s)
     return std::u16string(reinterpret_cast<const char16_t*>(s.unicode()), size_t(s.size()));
 }
 
+// A string of the units given one by one (lone surrogates cannot be written as
+// literals); no units give an empty string that is not null.
+inline CZeString units(std::initializer_list<unsigned short> list)
+{
+    return list.size() ? CZeString::fromUtf16(list.begin(), int(list.size()))
+                       : CZeString::fromUtf16(u"");
+}
+
+// Every block that is not raw keeps a 0 element behind its last one.
+inline bool terminated(const CZeByteArray& a)
+{
+    return a.constData()[a.size()] == '\0';
+}
+
+inline bool terminated(const CZeString& s)
+{
+    return s.unicode()[s.size()].unicode() == 0;
+}
+
 // The one captured message, which must be a warning.
 inline std::string warning(const MessageCapture& capture)
 {
@@ -71,6 +91,15 @@ inline std::string onlyWarning(MessageCapture& capture)
     const std::string text = warning(capture);
     capture.clear();
     return text;
+}
+
+// The texts of all captured messages, in order.
+inline std::vector<std::string> messageTexts(const MessageCapture& capture)
+{
+    std::vector<std::string> result;
+    for (const CapturedMessage& m : capture.messages())
+        result.push_back(m.text);
+    return result;
 }
 
 inline bool present(const std::string& path)

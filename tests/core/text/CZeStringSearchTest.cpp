@@ -13,12 +13,6 @@
 
 namespace {
 
-// Units given one by one (lone surrogates cannot be written in literals).
-CZeString units(std::initializer_list<unsigned short> list)
-{
-    return CZeString::fromUtf16(list.begin(), int(list.size()));
-}
-
 constexpr Ze::CaseSensitivity CS = Ze::CaseSensitive;
 constexpr Ze::CaseSensitivity CI = Ze::CaseInsensitive;
 
