@@ -41,7 +41,7 @@ uint32_t checkerSeed()
     static const uint32_t seed = [] {
         const char* replay = std::getenv("ZE_CHECKER_SEED");
         const uint32_t s = replay ? static_cast<uint32_t>(std::strtoul(replay, nullptr, 0))
-                                  : std::random_device{}();
+                                  : std::random_device {}();
         std::printf("kernel checker seed %u (replay: ZE_CHECKER_SEED=%u)\n", s, s);
         return s;
     }();
@@ -57,11 +57,10 @@ struct Variant {
 std::vector<Variant> variantsUnderTest()
 {
     std::vector<Variant> out;
-    for (Lut3DKernelVariant v :
-         {Lut3DKernelVariant::SSE41, Lut3DKernelVariant::AVX2, Lut3DKernelVariant::AVX512,
-          Lut3DKernelVariant::NEON}) {
+    for (Lut3DKernelVariant v : { Lut3DKernelVariant::SSE41, Lut3DKernelVariant::AVX2,
+             Lut3DKernelVariant::AVX512, Lut3DKernelVariant::NEON }) {
         if (const Lut3DKernelOps* ops = Lut3DKernelGet(v))
-            out.push_back({ops->name, ops});
+            out.push_back({ ops->name, ops });
     }
     return out;
 }
@@ -130,8 +129,8 @@ public:
     {
         page_ = static_cast<size_t>(sysconf(_SC_PAGESIZE));
         data_ = (capacity + page_ - 1) / page_ * page_;
-        void* m = mmap(nullptr, data_ + 2 * page_, PROT_READ | PROT_WRITE,
-                       MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+        void* m = mmap(
+            nullptr, data_ + 2 * page_, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
         base_ = m == MAP_FAILED ? nullptr : static_cast<uint8_t*>(m);
         if (base_) {
             mprotect(base_, page_, PROT_NONE);
@@ -164,22 +163,20 @@ private:
 class GuardedRow {
 public:
     static constexpr size_t kGuard = 64;
-    explicit GuardedRow(size_t n, uint8_t fill) : bytes_(n + 2 * kGuard)
+    explicit GuardedRow(size_t n, uint8_t fill)
+        : bytes_(n + 2 * kGuard)
     {
         for (size_t i = 0; i < bytes_.size(); ++i)
             bytes_[i] = static_cast<uint8_t>(fill + 13 * i);
     }
     uint8_t* data() { return bytes_.data() + kGuard; }
-    std::vector<uint8_t> row() const
-    {
-        return {bytes_.begin() + kGuard, bytes_.end() - kGuard};
-    }
+    std::vector<uint8_t> row() const { return { bytes_.begin() + kGuard, bytes_.end() - kGuard }; }
     bool guardsIntact(uint8_t fill) const
     {
         for (size_t i = 0; i < kGuard; ++i) {
             const size_t j = bytes_.size() - 1 - i;
-            if (bytes_[i] != static_cast<uint8_t>(fill + 13 * i) ||
-                bytes_[j] != static_cast<uint8_t>(fill + 13 * j))
+            if (bytes_[i] != static_cast<uint8_t>(fill + 13 * i)
+                || bytes_[j] != static_cast<uint8_t>(fill + 13 * j))
                 return false;
         }
         return true;
@@ -212,42 +209,17 @@ struct RowPairCase {
     {
         char text[160];
         std::snprintf(text, sizeof text, "width %u, %s%s%s, inputs at page %s", width,
-                      isNV21 ? "NV21" : "NV12", alias ? ", in place" : "",
-                      loneRow ? ", lone row" : "", atEnd ? "end" : "start");
+            isNV21 ? "NV21" : "NV12", alias ? ", in place" : "", loneRow ? ", lone row" : "",
+            atEnd ? "end" : "start");
         return text;
     }
 };
 
-// The reference, on plain heap copies of the inputs.
-RowPairResult runReference(Lut3DKernelParams p, const RowPairCase& c)
-{
-    p.ops = &kLut3DKernelReference;
-    p.isNV21 = c.isNV21;
-    RowPairResult r;
-    if (c.alias) {
-        r.y0 = c.y0;
-        r.y1 = c.loneRow ? r.y0 : c.y1;
-        r.uv = c.uv;
-        uint8_t* y1 = c.loneRow ? r.y0.data() : r.y1.data();
-        Lut3DKernelRowPair(p, r.y0.data(), y1, r.uv.data(), r.y0.data(), y1, r.uv.data());
-        if (c.loneRow)
-            r.y1 = r.y0;
-        return r;
-    }
-    GuardedRow y0(c.width, 1), y1(c.width, 2), uv(c.uv.size(), 3);
-    uint8_t* dy1 = c.loneRow ? y0.data() : y1.data();
-    Lut3DKernelRowPair(p, c.y0.data(), c.loneRow ? c.y0.data() : c.y1.data(), c.uv.data(),
-                       y0.data(), dy1, uv.data());
-    r.y0 = y0.row();
-    r.y1 = c.loneRow ? r.y0 : y1.row();
-    r.uv = uv.row();
-    return r;
-}
-
-// A variant, with its inputs against guard pages and its outputs between
-// guard bytes (or written over the guarded inputs when in place).
-RowPairResult runVariant(const Lut3DKernelOps* ops, Lut3DKernelParams p, const RowPairCase& c,
-                         GuardedBuffer (&pages)[3])
+// A variant (the reference too), with its inputs against guard pages and its
+// outputs between guard bytes (or written over the guarded inputs when in
+// place).
+RowPairResult runVariant(
+    const Lut3DKernelOps* ops, Lut3DKernelParams p, const RowPairCase& c, GuardedBuffer (&pages)[3])
 {
     p.ops = ops;
     p.isNV21 = c.isNV21;
@@ -289,8 +261,8 @@ uint32_t randomWidth(std::mt19937& rng)
     return 1 + rng() % 300;
 }
 
-constexpr uint32_t kMatrices[] = {0, 1, 7};
-constexpr int32_t kRanges[] = {0, 1, 2};
+constexpr uint32_t kMatrices[] = { 0, 1, 7 };
+constexpr int32_t kRanges[] = { 0, 1, 2 };
 constexpr uint32_t kTables = 64;
 constexpr uint32_t kRowPairsPerTable = 32;
 
@@ -302,7 +274,7 @@ TEST(Lut3DKernelChecker, RowPairsMatchReferenceByteForByte)
     const uint32_t seed = checkerSeed();
     SCOPED_TRACE("ZE_CHECKER_SEED=" + std::to_string(seed));
     std::mt19937 rng(seed);
-    GuardedBuffer pages[3] = {GuardedBuffer(3840), GuardedBuffer(3840), GuardedBuffer(3840)};
+    GuardedBuffer pages[3] = { GuardedBuffer(3840), GuardedBuffer(3840), GuardedBuffer(3840) };
     ASSERT_TRUE(pages[0].valid() && pages[1].valid() && pages[2].valid());
     ConstantsPtr k(static_cast<Lut3DConstants*>(Lut3DAlignedAlloc(sizeof(Lut3DConstants))));
     std::memset(k.get(), 0, sizeof(Lut3DConstants));
@@ -327,9 +299,10 @@ TEST(Lut3DKernelChecker, RowPairsMatchReferenceByteForByte)
             const uint32_t matrix = kMatrices[rng() % 3];
             const int32_t range = kRanges[rng() % 3];
             Lut3DBuildConstants(k.get(), table.get(), matrix, range);
-            const Lut3DKernelParams e{nullptr, k.get(), table.get(), c.width, c.isNV21};
+            const Lut3DKernelParams e { nullptr, k.get(), table.get(), c.width, c.isNV21 };
 
-            const RowPairResult expected = runReference(e, c);
+            const RowPairResult expected = runVariant(&kLut3DKernelReference, e, c, pages);
+            ASSERT_TRUE(expected.guardsIntact) << "reference: " << c.describe();
             for (size_t v = 0; v < variants.size(); ++v) {
                 if (failures[v] >= 3)
                     continue; // enough detail for one variant
@@ -368,9 +341,9 @@ TEST(Lut3DKernelChecker, DispatchPicksOneRunnableVariantOnce)
 
 // The identities are checked millions of times: compare without building an
 // assertion object for every case, and stop at the first counterexample.
-#define REQUIRE_SAME(a, b)                                                                        \
-    if ((a) == (b)) {                                                                             \
-    } else                                                                                        \
+#define REQUIRE_SAME(a, b)                                                                         \
+    if ((a) == (b)) {                                                                              \
+    } else                                                                                         \
         FAIL() << #a " = " << +(a) << ", " #b " = " << +(b) << " at "
 
 // The Q13 and Q8 coefficient sets, read from the constants block.
@@ -379,8 +352,8 @@ std::vector<ConstantsPtr> everyCoefficientSet()
     const std::vector<float> levels = uniformLevels(2);
     TablePtr t(Lut3DTableCreate(levels.data(), 2, identityEntries(2).data()));
     std::vector<ConstantsPtr> sets;
-    for (uint32_t matrix : {0u, 1u})
-        for (int32_t range : {0, 1, 2})
+    for (uint32_t matrix : { 0u, 1u })
+        for (int32_t range : { 0, 1, 2 })
             sets.push_back(makeConstants(t.get(), matrix, range));
     return sets;
 }
@@ -397,18 +370,18 @@ int64_t floorDiv(int64_t a, int64_t b)
 TEST(Lut3DKernelIdentities, MulHighIsHighHalfOfDoubledProduct)
 {
     for (const ConstantsPtr& k : everyCoefficientSet()) {
-        for (int16_t c : {k->lumaScale[0], k->rFromV[0], k->gFromU[0], k->gFromV[0],
-                          k->bFromU[0]}) {
+        for (int16_t c :
+            { k->lumaScale[0], k->rFromV[0], k->gFromU[0], k->gFromV[0], k->bFromU[0] }) {
             for (int32_t a = -2048; a <= 4080; ++a) {
-                const int16_t expected = static_cast<int16_t>(floorDiv(int64_t{a} * c, 32768));
+                const int16_t expected = static_cast<int16_t>(floorDiv(int64_t { a } * c, 32768));
                 REQUIRE_SAME(mulHigh(static_cast<int16_t>(a), c), expected) << a << " " << c;
 #if defined(__x86_64__)
-                const __m128i hi = _mm_mulhi_epi16(_mm_set1_epi16(static_cast<int16_t>(2 * a)),
-                                                   _mm_set1_epi16(c));
+                const __m128i hi = _mm_mulhi_epi16(
+                    _mm_set1_epi16(static_cast<int16_t>(2 * a)), _mm_set1_epi16(c));
                 REQUIRE_SAME(static_cast<int16_t>(_mm_extract_epi16(hi, 3)), expected) << a;
 #elif defined(__aarch64__)
-                const int16x8_t hi = vqdmulhq_s16(vdupq_n_s16(static_cast<int16_t>(a)),
-                                                  vdupq_n_s16(c));
+                const int16x8_t hi
+                    = vqdmulhq_s16(vdupq_n_s16(static_cast<int16_t>(a)), vdupq_n_s16(c));
                 REQUIRE_SAME(vgetq_lane_s16(hi, 5), expected) << a;
 #endif
             }
@@ -423,8 +396,8 @@ TEST(Lut3DKernelIdentities, YuvToRgbSumsStayFarFromWrapping)
     for (const ConstantsPtr& k : everyCoefficientSet()) {
         int32_t yMin = 1 << 20, yMax = -(1 << 20), tMin = 1 << 20, tMax = -(1 << 20);
         for (int luma = 0; luma < 256; ++luma) {
-            const int32_t y = mulHigh(lumaTerm(static_cast<uint8_t>(luma), k->lumaOffset[0]),
-                                      k->lumaScale[0]);
+            const int32_t y
+                = mulHigh(lumaTerm(static_cast<uint8_t>(luma), k->lumaOffset[0]), k->lumaScale[0]);
             yMin = std::min(yMin, y);
             yMax = std::max(yMax, y);
         }
@@ -435,8 +408,8 @@ TEST(Lut3DKernelIdentities, YuvToRgbSumsStayFarFromWrapping)
                 const int32_t r = mulHigh(cv, k->rFromV[0]);
                 const int32_t g = -(mulHigh(cu, k->gFromU[0]) + mulHigh(cv, k->gFromV[0]));
                 const int32_t b = mulHigh(cu, k->bFromU[0]);
-                tMin = std::min({tMin, r, g, b});
-                tMax = std::max({tMax, r, g, b});
+                tMin = std::min({ tMin, r, g, b });
+                tMax = std::max({ tMax, r, g, b });
             }
         EXPECT_GE(yMin + tMin, -32768);
         EXPECT_LE(yMax + tMax, 32765);
@@ -477,8 +450,8 @@ TEST(Lut3DKernelIdentities, LerpByDifference)
 #if defined(__x86_64__)
             for (int c1 = 0; c1 < 256; c1 += 8) {
                 const __m128i a = _mm_set1_epi16(static_cast<int16_t>(c0));
-                const __m128i b = _mm_setr_epi16(c1, c1 + 1, c1 + 2, c1 + 3, c1 + 4, c1 + 5,
-                                                 c1 + 6, c1 + 7);
+                const __m128i b
+                    = _mm_setr_epi16(c1, c1 + 1, c1 + 2, c1 + 3, c1 + 4, c1 + 5, c1 + 6, c1 + 7);
                 const __m128i r = _mm_add_epi16(
                     a, _mm_srai_epi16(_mm_mullo_epi16(_mm_sub_epi16(b, a), _mm_set1_epi16(f)), 7));
                 alignas(16) int16_t lanes[8];
@@ -495,9 +468,8 @@ TEST(Lut3DKernelIdentities, LerpByDifference)
                 const uint8x16_t b = vld1q_u8(ramp);
                 const uint8x16_t w0 = vdupq_n_u8(static_cast<uint8_t>(128 - f));
                 const uint8x16_t w1 = vdupq_n_u8(static_cast<uint8_t>(f));
-                const uint16x8_t lo =
-                    vmlal_u8(vmull_u8(vget_low_u8(a), vget_low_u8(w0)), vget_low_u8(b),
-                             vget_low_u8(w1));
+                const uint16x8_t lo = vmlal_u8(
+                    vmull_u8(vget_low_u8(a), vget_low_u8(w0)), vget_low_u8(b), vget_low_u8(w1));
                 const uint16x8_t hi = vmlal_high_u8(vmull_high_u8(a, w0), b, w1);
                 vst1q_u8(lanes, vshrn_high_n_u16(vshrn_n_u16(lo, 7), hi, 7));
                 for (int i = 0; i < 16; ++i)
@@ -516,8 +488,8 @@ TEST(Lut3DKernelIdentities, UniformPositionFromSixteenBitProducts)
 {
     const std::vector<float> levels = uniformLevels(kLut3DMaxLevels);
     std::mt19937 rng(1);
-    TablePtr largest(Lut3DTableCreate(levels.data(), kLut3DMaxLevels,
-                                      randomEntries(kLut3DMaxLevels, rng).data()));
+    TablePtr largest(Lut3DTableCreate(
+        levels.data(), kLut3DMaxLevels, randomEntries(kLut3DMaxLevels, rng).data()));
     ASSERT_TRUE(largest && largest->uniform);
     const uint16_t maxScale = makeConstants(largest.get(), 0, 0)->gridScale[0];
     ASSERT_LT(maxScale, 32768); // a positive signed 16-bit multiplier for pmaddwd
@@ -532,13 +504,13 @@ TEST(Lut3DKernelIdentities, UniformPositionFromSixteenBitProducts)
 #if defined(__aarch64__)
         for (uint32_t c = 0; c < 256; c += 8) {
             const int16x8_t lanes = vaddq_s16(vdupq_n_s16(static_cast<int16_t>(c)),
-                                              vcombine_s16(vcreate_s16(0x0003000200010000ull),
-                                                           vcreate_s16(0x0007000600050004ull)));
+                vcombine_s16(
+                    vcreate_s16(0x0003000200010000ull), vcreate_s16(0x0007000600050004ull)));
             const int16x8_t index = vqdmulhq_s16(lanes, vdupq_n_s16(static_cast<int16_t>(s)));
             for (uint32_t i = 0; i < 8; ++i) {
                 uint32_t expectedIndex, fraction;
                 gridPosUniform(static_cast<uint8_t>(c + i), static_cast<uint16_t>(s),
-                               &expectedIndex, &fraction);
+                    &expectedIndex, &fraction);
                 int16_t got[8];
                 vst1q_s16(got, index);
                 REQUIRE_SAME(static_cast<uint32_t>(got[i]), expectedIndex) << c + i << " " << s;
@@ -559,8 +531,8 @@ TEST(Lut3DKernelIdentities, LumaRoundingNarrow)
         const uint8_t reference = static_cast<uint8_t>((sum + 128) >> 8);
         REQUIRE_SAME(static_cast<uint16_t>(sum + 128) >> 8, reference) << sum;
 #if defined(__aarch64__)
-        REQUIRE_SAME(vget_lane_u8(vrshrn_n_u16(vdupq_n_u16(static_cast<uint16_t>(sum)), 8), 0),
-                  reference)
+        REQUIRE_SAME(
+            vget_lane_u8(vrshrn_n_u16(vdupq_n_u16(static_cast<uint16_t>(sum)), 8), 0), reference)
             << sum;
 #endif
     }
