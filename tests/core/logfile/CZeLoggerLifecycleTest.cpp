@@ -1,13 +1,12 @@
 // The log-file writer's life: what happens before a folder is set, the
-// shut-down at process exit, calls after it, and a forked child. Each case
-// runs in a child process of its own, where the writer starts from nothing;
-// this program itself never creates the writer.
+// shut-down at process exit, calls after it, a forked child, and hostile
+// files. Each case runs in a child process of its own, where the writer
+// starts from nothing; this program itself never creates the writer.
 #include <gtest/gtest.h>
 
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
-#include <string>
-#include <csignal>
 #include <regex>
 #include <sstream>
 #include <sys/resource.h>
@@ -33,147 +32,9 @@ void check(bool ok, const char* what)
     }
 }
 
-const time_t kDay = localTime(2032, 6, 1, 12, 0, 0);
-
-void childBeforeAFolder(const std::string& folder)
-{
-    FakeClocks::wall = kDay;
-    FakeClocks::install(5 * kMillisecond, true);
-    MessageCapture capture;
-    check(ZeLoggerCurrentState() == ZeLoggerNotCreated, "fresh writer");
-
-    CZeLogger::WriteMessage("early one");
-    check(waitHandled(1), "first line handled");
-    auto messages = capture.messages();
-    check(messages.size() == 1, "one warning");
-    check(messages[0].priority == 5 && messages[0].tag == "tavren", "warning priority and tag");
-    check(messages[0].text == "Failed to create log file: ", "warning with an empty path");
-
-    CZeLogger::WriteMessage("early two");
-    check(waitHandled(2), "second line handled");
-    check(capture.count() == 1, "no second warning within 30 seconds");
-
-    // The folder counts from the next attempt, which waits for the back-off.
-    CZeLogger::SetLogDirPath(folder.c_str());
-    CZeLogger::WriteMessage("three");
-    check(waitHandled(3), "third line handled");
-    check(fileSizeOf(folder + "/corvidsdk") == -1, "nothing made within the back-off");
-
-    FakeClocks::steady += 30 * kSecond;
-    CZeLogger::WriteMessage("four");
-    check(waitHandled(4), "fourth line handled");
-    const ZeLoggerCounters c = ZeLoggerCountersNow();
-    check(c.linesWritten == 1 && c.openFailures == 1 && c.filesOpened == 1, "one line written");
-    check(capture.count() == 1, "no warning for the working folder");
-    std::exit(0);
-}
-
-TEST(CZeLoggerLifecycle, LinesBeforeAFolderAreDroppedWithOneWarning)
-{
-    TemporaryDirectory dir;
-    EXPECT_EXIT(childBeforeAFolder(dir.path()), ::testing::ExitedWithCode(0), "");
-    EXPECT_EQ(readFileText(logFileOf(dir.path(), kDay)), "[2032-06-01 12:00:00] four\n");
-}
-
-std::string g_laterFolder;
-
-// Registered before the writer exists, so it runs after the writer's own
-// exit handler has shut it down.
-void callsAfterShutdown()
-{
-    check(ZeLoggerCurrentState() == ZeLoggerShutDown, "shut down at exit");
-    const uint64_t queued = ZeLoggerCountersNow().linesQueued;
-    CZeLogger::WriteMessage("after exit");
-    CZeLogger::WriteMessage(CZeString::fromUtf8("after exit too"));
-    CZeLogger::SetLogDirPath(g_laterFolder.c_str());
-    ZeLoggerShutdown();
-    check(ZeLoggerCurrentState() == ZeLoggerShutDown, "not created again");
-    check(ZeLoggerCountersNow().linesQueued == queued, "nothing queued after shut-down");
-}
-
-void childShutDownAtExit(const std::string& folder, const std::string& laterFolder)
-{
-    g_laterFolder = laterFolder;
-    std::atexit(callsAfterShutdown);
-    // The default flush interval: the line stays in the stream's buffer until
-    // the file is closed at shut-down.
-    FakeClocks::wall = kDay;
-    ZeLoggerTiming t = ZeLoggerDefaultTiming();
-    t.wallClock = FakeClocks::wallNow;
-    ZeLoggerSetTiming(t);
-    CZeLogger::SetLogDirPath(folder.c_str());
-    CZeLogger::WriteMessage("written before exit");
-    check(waitHandled(1), "line handled");
-    check(ZeLoggerCountersNow().linesWritten == 1, "line written");
-    std::exit(0);
-}
-
-TEST(CZeLoggerLifecycle, ExitClosesTheFileAndLaterCallsDoNothing)
-{
-    TemporaryDirectory dir, later;
-    EXPECT_EXIT(childShutDownAtExit(dir.path(), later.path()), ::testing::ExitedWithCode(0), "");
-    EXPECT_EQ(readFileText(logFileOf(dir.path(), kDay)), "[2032-06-01 12:00:00] written before exit\n");
-    EXPECT_TRUE(later.entries().empty());
-}
-
-void childExplicitShutdown(const std::string& folder)
-{
-    FakeClocks::wall = kDay;
-    FakeClocks::install(5 * kMillisecond);
-    CZeLogger::SetLogDirPath(folder.c_str());
-    CZeLogger::WriteMessage("one");
-    check(waitHandled(1), "line handled");
-    ZeLoggerShutdown();
-    check(ZeLoggerCurrentState() == ZeLoggerShutDown, "shut down");
-    check(ZeLoggerCountersNow().filesClosed == 1, "file closed");
-    CZeLogger::WriteMessage("two");
-    check(ZeLoggerCountersNow().linesQueued == 1, "nothing queued after shut-down");
-    std::exit(0);
-}
-
-TEST(CZeLoggerLifecycle, ShutDownIsFinal)
-{
-    TemporaryDirectory dir;
-    EXPECT_EXIT(childExplicitShutdown(dir.path()), ::testing::ExitedWithCode(0), "");
-    EXPECT_EQ(readFileText(logFileOf(dir.path(), kDay)), "[2032-06-01 12:00:00] one\n");
-}
-
-void childThatForks(const std::string& folder)
-{
-    FakeClocks::wall = kDay;
-    FakeClocks::install(5 * kMillisecond);
-    CZeLogger::SetLogDirPath(folder.c_str());
-    CZeLogger::WriteMessage("before fork");
-    check(waitHandled(1), "line handled");
-    const pid_t pid = ::fork();
-    check(pid >= 0, "fork");
-    if (pid == 0) {
-        // The copy has the writer's state but not its thread.
-        check(ZeLoggerCurrentState() == ZeLoggerShutDown, "forked child gives up");
-        CZeLogger::WriteMessage("from the forked child");
-        check(ZeLoggerCountersNow().linesQueued == 1, "nothing queued in the forked child");
-        std::exit(0); // the exit handler must not wait for a thread it lacks
-    }
-    int status = 0;
-    check(::waitpid(pid, &status, 0) == pid, "wait");
-    check(WIFEXITED(status) && WEXITSTATUS(status) == 0, "forked child exited cleanly");
-    CZeLogger::WriteMessage("after fork");
-    check(waitHandled(2), "second line handled");
-    std::exit(0);
-}
-
-TEST(CZeLoggerLifecycle, AForkedChildLeavesTheFileToItsParent)
-{
-    TemporaryDirectory dir;
-    EXPECT_EXIT(childThatForks(dir.path()), ::testing::ExitedWithCode(0), "");
-    EXPECT_EQ(readFileText(logFileOf(dir.path(), kDay)),
-              "[2032-06-01 12:00:00] before fork\n[2032-06-01 12:00:00] after fork\n");
-}
-
 // Runs `child` in a child process; true when it exits with status 0 within
-// `seconds` (it is killed otherwise).
-template <typename Child>
-bool exitsCleanlyWithin(Child child, int seconds)
+// a minute (it is killed otherwise, so a writer that blocks fails the test).
+template <typename Child> bool exitsCleanly(Child child)
 {
     std::fflush(nullptr);
     const pid_t pid = ::fork();
@@ -182,7 +43,7 @@ bool exitsCleanlyWithin(Child child, int seconds)
         ::_exit(4);
     }
     int status = 0;
-    for (int waited = 0; waited < seconds * 100; ++waited) {
+    for (int waited = 0; waited < 6000; ++waited) {
         if (::waitpid(pid, &status, WNOHANG) == pid)
             return WIFEXITED(status) && WEXITSTATUS(status) == 0;
         ::usleep(10000);
@@ -190,6 +51,120 @@ bool exitsCleanlyWithin(Child child, int seconds)
     ::kill(pid, SIGKILL);
     ::waitpid(pid, &status, 0);
     return false;
+}
+
+const time_t kDay = localTime("2032-06-01 12:00:00");
+
+// In a child: the writer's clocks on kDay, its folder set.
+void startIn(const std::string& folder)
+{
+    FakeClocks::wall = kDay;
+    FakeClocks::install();
+    CZeLogger::SetLogDirPath(folder.c_str());
+}
+
+// Until a folder is set every opening fails: the lines are dropped and the
+// warning comes at most once per 30 seconds of the steady clock.
+TEST(CZeLoggerLifecycle, LinesBeforeAFolderAreDroppedWithOneWarningPerBackOff)
+{
+    TemporaryDirectory dir;
+    EXPECT_TRUE(exitsCleanly([&] {
+        FakeClocks::wall = kDay;
+        FakeClocks::install(5 * kMillisecond, true);
+        MessageCapture capture;
+        check(ZeLoggerCurrentState() == ZeLoggerNotCreated, "fresh writer");
+        CZeLogger::WriteMessage("early one");
+        check(waitHandled(1), "first line handled");
+        const auto messages = capture.messages();
+        check(messages.size() == 1, "one warning");
+        check(messages[0].priority == 5 && messages[0].tag == "tavren", "warning priority and tag");
+        check(messages[0].text == "Failed to create log file: ", "warning with an empty path");
+
+        FakeClocks::steady += 30 * kSecond - 1;
+        CZeLogger::WriteMessage("early two");
+        check(waitHandled(2), "second line handled");
+        check(capture.count() == 1, "no second warning within 30 seconds");
+        FakeClocks::steady += 1;
+        CZeLogger::WriteMessage("early three");
+        check(waitHandled(3), "third line handled");
+        check(capture.count() == 2, "a second warning after 30 seconds");
+
+        // The folder counts from the next attempt, which waits for the back-off.
+        CZeLogger::SetLogDirPath(dir.path().c_str());
+        CZeLogger::WriteMessage("four");
+        check(waitHandled(4), "fourth line handled");
+        check(fileSizeOf(dir.path() + "/corvidsdk") == -1, "nothing made within the back-off");
+        FakeClocks::steady += 30 * kSecond;
+        CZeLogger::WriteMessage("five");
+        check(waitHandled(5), "fifth line handled");
+        const ZeLoggerCounters c = ZeLoggerCountersNow();
+        check(c.linesWritten == 1 && c.openFailures == 2 && c.filesOpened == 1, "one line written");
+        check(capture.count() == 2, "no warning for the working folder");
+        std::exit(0);
+    }));
+    EXPECT_EQ(readFileText(logFileOf(dir.path(), kDay)), "[2032-06-01 12:00:00] five\n");
+}
+
+TEST(CZeLoggerLifecycle, ExitClosesTheFileAndLaterCallsDoNothing)
+{
+    TemporaryDirectory dir, later;
+    EXPECT_TRUE(exitsCleanly([&] {
+        // Registered before the writer exists, so it runs after the writer's
+        // own exit handler has shut it down.
+        static std::string laterFolder;
+        laterFolder = later.path();
+        std::atexit([] {
+            check(ZeLoggerCurrentState() == ZeLoggerShutDown, "shut down at exit");
+            const uint64_t queued = ZeLoggerCountersNow().linesQueued;
+            CZeLogger::WriteMessage("after exit");
+            CZeLogger::WriteMessage(CZeString::fromUtf8("after exit too"));
+            CZeLogger::SetLogDirPath(laterFolder.c_str());
+            ZeLoggerShutdown();
+            check(ZeLoggerCurrentState() == ZeLoggerShutDown, "not created again");
+            check(ZeLoggerCountersNow().linesQueued == queued, "nothing queued after shut-down");
+        });
+        // The default flush interval: the line stays in the stream's buffer
+        // until the file is closed at shut-down.
+        FakeClocks::wall = kDay;
+        ZeLoggerTiming t = ZeLoggerDefaultTiming();
+        t.wallClock = FakeClocks::wallNow;
+        ZeLoggerSetTiming(t);
+        CZeLogger::SetLogDirPath(dir.path().c_str());
+        CZeLogger::WriteMessage("written before exit");
+        check(waitHandled(1), "line handled");
+        check(ZeLoggerCountersNow().linesWritten == 1, "line written");
+        std::exit(0);
+    }));
+    EXPECT_EQ(
+        readFileText(logFileOf(dir.path(), kDay)), "[2032-06-01 12:00:00] written before exit\n");
+    EXPECT_TRUE(later.entries().empty());
+}
+
+TEST(CZeLoggerLifecycle, AForkedChildLeavesTheFileToItsParent)
+{
+    TemporaryDirectory dir;
+    EXPECT_TRUE(exitsCleanly([&] {
+        startIn(dir.path());
+        CZeLogger::WriteMessage("before fork");
+        check(waitHandled(1), "line handled");
+        const pid_t pid = ::fork();
+        check(pid >= 0, "fork");
+        if (pid == 0) {
+            // The copy has the writer's state but not its thread.
+            check(ZeLoggerCurrentState() == ZeLoggerShutDown, "forked child gives up");
+            CZeLogger::WriteMessage("from the forked child");
+            check(ZeLoggerCountersNow().linesQueued == 1, "nothing queued in the forked child");
+            std::exit(0); // the exit handler must not wait for a thread it lacks
+        }
+        int status = 0;
+        check(::waitpid(pid, &status, 0) == pid, "wait");
+        check(WIFEXITED(status) && WEXITSTATUS(status) == 0, "forked child exited cleanly");
+        CZeLogger::WriteMessage("after fork");
+        check(waitHandled(2), "second line handled");
+        std::exit(0);
+    }));
+    EXPECT_EQ(readFileText(logFileOf(dir.path(), kDay)),
+        "[2032-06-01 12:00:00] before fork\n[2032-06-01 12:00:00] after fork\n");
 }
 
 // A named pipe where the day's file belongs is refused like a failed opening
@@ -200,19 +175,15 @@ TEST(CZeLoggerLifecycle, ANamedPipeAsTheLogFileNeitherBlocksNorHoldsTheExit)
     const std::string pipe = logFileOf(dir.path(), kDay);
     ASSERT_TRUE(CZeDir::mkpath(CZeString::fromUtf8(pipe.substr(0, pipe.rfind('/')).c_str())));
     ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
-    EXPECT_TRUE(exitsCleanlyWithin(
-        [&] {
-            FakeClocks::wall = kDay;
-            FakeClocks::install(5 * kMillisecond);
-            MessageCapture capture;
-            CZeLogger::SetLogDirPath(dir.path().c_str());
-            for (int i = 0; i < 1000; ++i)
-                CZeLogger::WriteMessage("into the pipe");
-            check(waitHandled(1000), "lines handled");
-            check(capture.contains("Failed to create log file: " + pipe), "open failure warned");
-            std::exit(0);
-        },
-        60));
+    EXPECT_TRUE(exitsCleanly([&] {
+        MessageCapture capture;
+        startIn(dir.path());
+        for (int i = 0; i < 1000; ++i)
+            CZeLogger::WriteMessage("into the pipe");
+        check(waitHandled(1000), "lines handled");
+        check(capture.contains("Failed to create log file: " + pipe), "open failure warned");
+        std::exit(0);
+    }));
 }
 
 // Writes stop in the middle of a line (here at a file-size limit, as on a
@@ -221,29 +192,25 @@ TEST(CZeLoggerLifecycle, ANamedPipeAsTheLogFileNeitherBlocksNorHoldsTheExit)
 TEST(CZeLoggerLifecycle, AFailedWriteLeavesOnlyWholeLines)
 {
     TemporaryDirectory dir;
-    EXPECT_TRUE(exitsCleanlyWithin(
-        [&] {
-            std::signal(SIGXFSZ, SIG_IGN);
-            struct rlimit limit;
-            ::getrlimit(RLIMIT_FSIZE, &limit);
-            const rlim_t unlimited = limit.rlim_cur;
-            limit.rlim_cur = 4000;
-            check(::setrlimit(RLIMIT_FSIZE, &limit) == 0, "size limit");
-            FakeClocks::wall = kDay;
-            FakeClocks::install(5 * kMillisecond);
-            CZeLogger::SetLogDirPath(dir.path().c_str());
-            for (int i = 0; i < 400; ++i)
-                CZeLogger::WriteMessage(("line " + std::to_string(i) + " of the first part").c_str());
-            check(waitHandled(400), "first part handled");
-            ::usleep(50000); // past the flush interval: the part meets the limit
-            limit.rlim_cur = unlimited;
-            check(::setrlimit(RLIMIT_FSIZE, &limit) == 0, "limit lifted");
-            for (int i = 0; i < 20; ++i)
-                CZeLogger::WriteMessage(("after " + std::to_string(i)).c_str());
-            check(waitHandled(420), "second part handled");
-            std::exit(0);
-        },
-        60));
+    EXPECT_TRUE(exitsCleanly([&] {
+        std::signal(SIGXFSZ, SIG_IGN);
+        struct rlimit limit;
+        ::getrlimit(RLIMIT_FSIZE, &limit);
+        const rlim_t unlimited = limit.rlim_cur;
+        limit.rlim_cur = 4000;
+        check(::setrlimit(RLIMIT_FSIZE, &limit) == 0, "size limit");
+        startIn(dir.path());
+        for (int i = 0; i < 400; ++i)
+            CZeLogger::WriteMessage(("line " + std::to_string(i) + " of the first part").c_str());
+        check(waitHandled(400), "first part handled");
+        ::usleep(50000); // past the flush interval: the part meets the limit
+        limit.rlim_cur = unlimited;
+        check(::setrlimit(RLIMIT_FSIZE, &limit) == 0, "limit lifted");
+        for (int i = 0; i < 20; ++i)
+            CZeLogger::WriteMessage(("after " + std::to_string(i)).c_str());
+        check(waitHandled(420), "second part handled");
+        std::exit(0);
+    }));
     const std::string text = readFileText(logFileOf(dir.path(), kDay));
     ASSERT_FALSE(text.empty());
     EXPECT_EQ(text.back(), '\n');

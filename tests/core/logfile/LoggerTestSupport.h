@@ -2,10 +2,10 @@
  * Helpers of the log-file writer tests: substitute clocks, waiting for the
  * writer, and the path of a day's file.
  *
- *   FakeClocks::install(5 * kMillisecond);   // fake wall clock, real steady clock
- *   FakeClocks::wall = localTime(2031, 1, 10, 12, 0, 0);
+ *   FakeClocks::install();   // fake wall clock, real steady clock, 5 ms flushes
+ *   FakeClocks::wall = localTime("2031-01-10 12:00:00");
  *   CZeLogger::WriteMessage("x");
- *   ASSERT_TRUE(waitUntil([] { return ZeLoggerCountersNow().linesHandled == 1; }));
+ *   ASSERT_TRUE(waitHandled(1));
  */
 #ifndef TESTS_CORE_LOG_LOGGERTESTSUPPORT_H
 #define TESTS_CORE_LOG_LOGGERTESTSUPPORT_H
@@ -23,15 +23,15 @@ constexpr int64_t kMillisecond = 1000 * 1000;
 constexpr int64_t kSecond = 1000 * kMillisecond;
 
 struct FakeClocks {
-    static inline std::atomic<time_t> wall{0};
-    static inline std::atomic<int64_t> steady{1000 * kSecond};
+    static inline std::atomic<time_t> wall { 0 };
+    static inline std::atomic<int64_t> steady { 1000 * kSecond };
 
     static time_t wallNow() { return wall.load(); }
     static int64_t steadyNow() { return steady.load(); }
 
     // The fake wall clock, and the fake steady clock when asked for; the
     // writer flushes (and looks at the date) after `flushInterval` of quiet.
-    static void install(int64_t flushInterval, bool fakeSteady = false)
+    static void install(int64_t flushInterval = 5 * kMillisecond, bool fakeSteady = false)
     {
         ZeLoggerTiming t = ZeLoggerDefaultTiming();
         t.wallClock = wallNow;
@@ -42,16 +42,11 @@ struct FakeClocks {
     }
 };
 
-// Seconds since the epoch of a local date and time.
-inline time_t localTime(int year, int month, int day, int hour, int minute, int second)
+// Seconds since the epoch of a local time written as in the log lines.
+inline time_t localTime(const char* stamp)
 {
-    struct tm t {};
-    t.tm_year = year - 1900;
-    t.tm_mon = month - 1;
-    t.tm_mday = day;
-    t.tm_hour = hour;
-    t.tm_min = minute;
-    t.tm_sec = second;
+    struct tm t { };
+    strptime(stamp, "%Y-%m-%d %H:%M:%S", &t);
     t.tm_isdst = -1;
     return std::mktime(&t);
 }
