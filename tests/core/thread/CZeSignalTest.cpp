@@ -4,10 +4,7 @@
 
 #include <atomic>
 #include <climits>
-#include <condition_variable>
 #include <memory>
-#include <mutex>
-#include <vector>
 
 #include "CZeElapsedTimer.h"
 #include "CZeSignal.h"
@@ -15,45 +12,14 @@
 
 namespace {
 
-// Counts waiters that got through, and lets the test wait for a count.
-class PassCounter {
-public:
-    void pass()
-    {
-        std::lock_guard<std::mutex> lock(m_mutex);
-        ++m_passed;
-        m_cond.notify_all();
-    }
-    bool waitFor(int count)
-    {
-        std::unique_lock<std::mutex> lock(m_mutex);
-        return m_cond.wait_for(
-            lock, std::chrono::milliseconds(kGenerousMs), [&] { return m_passed >= count; });
-    }
-    int passed()
-    {
-        std::lock_guard<std::mutex> lock(m_mutex);
-        return m_passed;
-    }
-
-private:
-    std::mutex m_mutex;
-    std::condition_variable m_cond;
-    int m_passed = 0;
-};
-
+// Starts n threads that each wait once on the signal and count the outcome.
 std::vector<std::unique_ptr<FunctionThread>> waiters(int n, CZeSignal& signal,
-    unsigned long timeout, PassCounter& counter, std::atomic<int>& refused)
+    unsigned long timeout, std::atomic<int>& passed, std::atomic<int>& refused)
 {
     std::vector<std::unique_ptr<FunctionThread>> threads;
     for (int i = 0; i < n; ++i) {
-        threads.emplace_back(
-            new FunctionThread([&signal, timeout, &counter, &refused](FunctionThread*) {
-                if (signal.wait(timeout))
-                    counter.pass();
-                else
-                    ++refused;
-            }));
+        threads.emplace_back(new FunctionThread(
+            [&, timeout](FunctionThread*) { ++(signal.wait(timeout) ? passed : refused); }));
         threads.back()->start();
     }
     return threads;
@@ -62,14 +28,14 @@ std::vector<std::unique_ptr<FunctionThread>> waiters(int n, CZeSignal& signal,
 TEST(CZeSignal, ManualResetReleasesEveryWaiter)
 {
     for (unsigned long timeout : { CZeSignal::Infinite, static_cast<unsigned long>(kGenerousMs) }) {
+        SCOPED_TRACE(timeout);
         CZeSignal signal(true, false);
-        PassCounter counter;
-        std::atomic<int> refused { 0 };
-        auto threads = waiters(5, signal, timeout, counter, refused);
+        std::atomic<int> passed { 0 }, refused { 0 };
+        auto threads = waiters(5, signal, timeout, passed, refused);
         signal.set();
-        EXPECT_TRUE(counter.waitFor(5));
         for (auto& t : threads)
             ASSERT_TRUE(t->wait(kGenerousMs));
+        EXPECT_EQ(passed.load(), 5);
         EXPECT_EQ(refused.load(), 0);
         EXPECT_TRUE(signal.wait(0)); // still set
     }
@@ -78,18 +44,17 @@ TEST(CZeSignal, ManualResetReleasesEveryWaiter)
 TEST(CZeSignal, AutomaticResetReleasesOneWaiterPerSet)
 {
     CZeSignal signal(false, false);
-    PassCounter counter;
-    std::atomic<int> refused { 0 };
+    std::atomic<int> passed { 0 }, refused { 0 };
     constexpr int kWaiters = 4;
-    auto threads = waiters(kWaiters, signal, CZeSignal::Infinite, counter, refused);
+    auto threads = waiters(kWaiters, signal, CZeSignal::Infinite, passed, refused);
     for (int k = 1; k <= kWaiters; ++k) {
         signal.set();
-        ASSERT_TRUE(counter.waitFor(k)) << k;
-        EXPECT_EQ(counter.passed(), k); // one set, one waiter
+        ASSERT_TRUE(waitUntil([&] { return passed.load() >= k; })) << k;
+        EXPECT_EQ(passed.load(), k); // one set, one waiter
     }
     for (auto& t : threads)
         ASSERT_TRUE(t->wait(kGenerousMs));
-    EXPECT_EQ(counter.passed(), kWaiters);
+    EXPECT_EQ(passed.load(), kWaiters);
     EXPECT_FALSE(signal.wait(0));
 }
 
@@ -118,10 +83,13 @@ TEST(CZeSignallingEvent, SetsItsSignalWhenDestroyed)
     withoutSignal.signalNow();
 }
 
+// Events posted from this thread to a thread in its event loop: each poster
+// learns of the delivery, and quit() from here ends the loop.
 TEST(CZeSignallingEvent, PosterWaitsForDelivery)
 {
     std::atomic<Probe*> receiver { nullptr };
     std::atomic<bool> deliveredInWorker { true };
+    int result = -5;
     Gate ready;
     FunctionThread worker([&](FunctionThread* self) {
         Probe* probe = new Probe;
@@ -131,24 +99,24 @@ TEST(CZeSignallingEvent, PosterWaitsForDelivery)
         };
         receiver = probe;
         ready.open();
-        self->exec();
+        result = self->exec();
         delete probe;
     });
     worker.start();
     ASSERT_TRUE(ready.waitOpen());
 
-    constexpr int kEvents = 3;
     std::vector<std::unique_ptr<CZeSignal>> signals;
-    for (int i = 0; i < kEvents; ++i) {
+    for (int i = 0; i < 3; ++i) {
         signals.emplace_back(new CZeSignal(true, false));
         CZeObject::postEvent(
             receiver.load(), new CZeSignallingEvent(CZeEvent::User + i, signals.back().get()));
     }
-    for (int i = 0; i < kEvents; ++i)
-        EXPECT_TRUE(signals[size_t(i)]->wait(static_cast<unsigned long>(kGenerousMs))) << i;
+    for (auto& signal : signals)
+        EXPECT_TRUE(signal->wait(static_cast<unsigned long>(kGenerousMs)));
     worker.quit();
     ASSERT_TRUE(worker.wait(kGenerousMs));
     EXPECT_TRUE(deliveredInWorker.load());
+    EXPECT_EQ(result, 0);
 }
 
 TEST(CZeElapsedTimer, MeasuresOnTheMonotonicClock)

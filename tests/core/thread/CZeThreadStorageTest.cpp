@@ -1,12 +1,8 @@
-// CZeThreadStorage: ids, get and set, destruction at thread end and the
-// message for values that outlive their storage.
+// CZeThreadStorage: get and set, destruction at thread end and the message
+// for values that outlive their storage.
 #include <gtest/gtest.h>
 
 #include <memory>
-#include <mutex>
-#include <string>
-#include <thread>
-#include <vector>
 
 #include "CZeThreadStorage.h"
 #include "ThreadTestHelpers.h"
@@ -14,7 +10,7 @@
 namespace {
 
 std::mutex g_logMutex;
-std::vector<std::string> g_destroyed;
+Lines g_destroyed;
 
 // Values are heap strings; destroying one logs it.
 void destroyTagged(void* p)
@@ -25,10 +21,10 @@ void destroyTagged(void* p)
     delete s;
 }
 
-std::vector<std::string> takeDestroyed()
+Lines takeDestroyed()
 {
     std::lock_guard<std::mutex> lock(g_logMutex);
-    std::vector<std::string> out;
+    Lines out;
     out.swap(g_destroyed);
     return out;
 }
@@ -43,48 +39,35 @@ TEST(CZeThreadStorage, SetReplacesAndDestroysThePreviousValue)
     EXPECT_EQ(*slot, first);
     EXPECT_EQ(s.get(), slot);
     s.set(new std::string("second"));
-    EXPECT_EQ(takeDestroyed(), std::vector<std::string>{"first"});
+    EXPECT_EQ(takeDestroyed(), Lines { "first" });
     EXPECT_EQ(*static_cast<std::string*>(*s.get()), "second");
     s.set(nullptr); // this thread never ends within the test: clean up
-    EXPECT_EQ(takeDestroyed(), std::vector<std::string>{"second"});
+    EXPECT_EQ(takeDestroyed(), Lines { "second" });
     EXPECT_EQ(s.get(), nullptr);
 }
 
+// At a thread's end its values are destroyed from the highest storage id
+// down; a destructor may set a storage of lower id, whose value then dies too.
 TEST(CZeThreadStorage, ValuesDieWithTheirThreadHighestIdFirst)
 {
+    static CZeThreadStorage* late = nullptr;
     CZeThreadStorage s1(destroyTagged), s2(destroyTagged), s3(destroyTagged);
-    ASSERT_LT(s1.id(), s2.id());
-    ASSERT_LT(s2.id(), s3.id());
+    CZeThreadStorage s4([](void* p) {
+        destroyTagged(p);
+        late->set(new std::string("late"));
+    });
+    late = &s2;
+    ASSERT_TRUE(s1.id() < s2.id() && s2.id() < s3.id() && s3.id() < s4.id());
     auto fill = [&](const std::string& who) {
-        s2.set(new std::string(who + "2"));
-        s1.set(new std::string(who + "1"));
         s3.set(new std::string(who + "3"));
+        s1.set(new std::string(who + "1"));
+        s4.set(new std::string(who + "4"));
     };
     takeDestroyed();
-    FunctionThread t([&](FunctionThread*) { fill("t"); });
-    t.start();
-    ASSERT_TRUE(t.wait(kGenerousMs));
-    EXPECT_EQ(takeDestroyed(), (std::vector<std::string>{"t3", "t2", "t1"}));
-
-    std::thread foreign([&] { fill("f"); }); // adopted: the same at its exit
-    foreign.join();
-    EXPECT_EQ(takeDestroyed(), (std::vector<std::string>{"f3", "f2", "f1"}));
-}
-
-TEST(CZeThreadStorage, DestructorMaySetOtherStorages)
-{
-    static CZeThreadStorage* low = nullptr;
-    CZeThreadStorage lowStorage(destroyTagged);
-    low = &lowStorage;
-    CZeThreadStorage high([](void* p) {
-        destroyTagged(p);
-        low->set(new std::string("set while finishing"));
-    });
-    takeDestroyed();
-    FunctionThread t([&](FunctionThread*) { high.set(new std::string("high")); });
-    t.start();
-    ASSERT_TRUE(t.wait(kGenerousMs));
-    EXPECT_EQ(takeDestroyed(), (std::vector<std::string>{"high", "set while finishing"}));
+    ASSERT_TRUE(runThread([&](FunctionThread*) { fill("t"); }));
+    EXPECT_EQ(takeDestroyed(), (Lines { "t4", "t3", "late", "t1" }));
+    std::thread([&] { fill("f"); }).join(); // adopted: the same at its exit
+    EXPECT_EQ(takeDestroyed(), (Lines { "f4", "f3", "late", "f1" }));
 }
 
 TEST(CZeThreadStorage, ValueOutlivingItsStorageIsReportedAtThreadEnd)
@@ -104,11 +87,9 @@ TEST(CZeThreadStorage, ValueOutlivingItsStorageIsReportedAtThreadEnd)
     s.reset();
     release.open();
     ASSERT_TRUE(t.wait(kGenerousMs));
-    EXPECT_EQ(countMessages(capture,
-                            "CZeThreadStorage: Thread exited after CZeThreadStorage "
-                                + std::to_string(id) + " destroyed",
-                            kWarning),
-              1u);
+    EXPECT_EQ(logged(capture),
+        Lines {
+            format("W CZeThreadStorage: Thread exited after CZeThreadStorage %d destroyed", id) });
     EXPECT_EQ(value, 5);
 }
 

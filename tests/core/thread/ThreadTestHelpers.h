@@ -1,22 +1,20 @@
 /*
  * Helpers for the thread, object and storage tests.
  *
- *   FunctionThread t([](FunctionThread* self) { ...; self->exec(); });
- *   t.start();
- *   ASSERT_TRUE(t.wait(kGenerousMs));
- *
- *   Gate gate;            // one-shot signal between threads
- *   gate.open();          // on one thread
- *   ASSERT_TRUE(gate.waitOpen());  // on another, bounded by kGenerousMs
+ *   ASSERT_TRUE(runThread([&](FunctionThread* self) { ...; self->exec(); }));
+ *   Gate gate;  // one-shot signal between threads: gate.open(), gate.waitOpen()
+ *   EXPECT_EQ(logged(capture), Lines{"W CZeThread::wait: Thread tried to wait on itself"});
  */
 #ifndef TESTS_CORE_THREAD_THREADTESTHELPERS_H
 #define TESTS_CORE_THREAD_THREADTESTHELPERS_H
 
 #include <chrono>
 #include <condition_variable>
+#include <cstdio>
 #include <functional>
 #include <mutex>
 #include <string>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -31,16 +29,12 @@ constexpr long kGenerousMs = 60000;
 
 class FunctionThread : public CZeThread {
 public:
-    explicit FunctionThread(std::function<void(FunctionThread*)> body) : m_body(std::move(body)) {}
-    ~FunctionThread() override { wait(kGenerousMs); }
-
-    CZeThreadPrivate* d() const { return CZeThreadPrivate::get(this); }
-    CZeThreadData* data() const { return d()->data; }
-    int returnCode() const
+    explicit FunctionThread(std::function<void(FunctionThread*)> body)
+        : m_body(std::move(body))
     {
-        std::lock_guard<std::mutex> lock(d()->mutex);
-        return d()->returnCode;
     }
+    ~FunctionThread() override { wait(kGenerousMs); }
+    CZeThreadData* data() const { return CZeThreadPrivate::get(this)->data; }
 
 protected:
     void run() override { m_body(this); }
@@ -48,6 +42,26 @@ protected:
 private:
     std::function<void(FunctionThread*)> m_body;
 };
+
+// Runs the body on a thread of its own; true once that thread has finished.
+inline bool runThread(std::function<void(FunctionThread*)> body)
+{
+    FunctionThread t(std::move(body));
+    t.start();
+    return t.wait(kGenerousMs);
+}
+
+// Polls the condition; false if it still fails after the generous limit.
+template <class Condition> bool waitUntil(Condition condition)
+{
+    const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(kGenerousMs);
+    while (!condition()) {
+        if (std::chrono::steady_clock::now() > end)
+            return false;
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    return true;
+}
 
 class Gate {
 public:
@@ -60,7 +74,8 @@ public:
     bool waitOpen()
     {
         std::unique_lock<std::mutex> lock(m_mutex);
-        return m_cond.wait_for(lock, std::chrono::milliseconds(kGenerousMs), [this] { return m_open; });
+        return m_cond.wait_for(
+            lock, std::chrono::milliseconds(kGenerousMs), [this] { return m_open; });
     }
 
 private:
@@ -109,12 +124,11 @@ protected:
 };
 
 // An event that counts its destruction.
-template <class Base = CZeEvent>
-class CountedEvent : public Base {
+class CountedEvent : public CZeEvent {
 public:
-    template <class... Args>
-    explicit CountedEvent(int* destroyed, Args&&... args)
-        : Base(std::forward<Args>(args)...), m_destroyed(destroyed)
+    CountedEvent(int* destroyed, int type)
+        : CZeEvent(type)
+        , m_destroyed(destroyed)
     {
     }
     ~CountedEvent() override { ++*m_destroyed; }
@@ -123,19 +137,28 @@ private:
     int* m_destroyed;
 };
 
-// Messages whose text ends with `text` (the text follows the
-// "file(line), function: " prefix), at the given Android priority.
-inline size_t countMessages(const MessageCapture& capture, const std::string& text, int priority)
+using Lines = std::vector<std::string>;
+
+// The captured messages in order as "W text" (warning) or "E text" (error),
+// without the "file(line), function: " prefix of positioned messages.
+inline Lines logged(const MessageCapture& capture)
 {
-    size_t n = 0;
-    for (const CapturedMessage& m : capture.messages())
-        if (m.priority == priority && m.text.size() >= text.size()
-            && m.text.compare(m.text.size() - text.size(), text.size(), text) == 0)
-            ++n;
-    return n;
+    Lines lines;
+    for (const CapturedMessage& m : capture.messages()) {
+        const size_t position = m.text.find("), ");
+        const size_t start = position == std::string::npos ? 0 : m.text.find(": ", position) + 2;
+        const char* kind = m.priority == 5 ? "W " : m.priority == 6 ? "E " : "? ";
+        lines.push_back(kind + m.text.substr(start));
+    }
+    return lines;
 }
 
-constexpr int kWarning = 5;
-constexpr int kError = 6;
+// printf into a string, for messages that carry addresses or numbers.
+template <class... Args> std::string format(const char* pattern, Args... args)
+{
+    char text[512];
+    std::snprintf(text, sizeof text, pattern, args...);
+    return text;
+}
 
 #endif // TESTS_CORE_THREAD_THREADTESTHELPERS_H
