@@ -101,8 +101,6 @@ TEST(CZeStringNumberText, BasesAndFormats)
         { CZeString::number(42, 99), "42" }, // a base outside 2 to 36 acts as 10
         { s.setNum(-1L, 8), "1777777777777777777777" },
         { s.setNum(4294967295ul, 16), "ffffffff" },
-        { CZeString::number(1.0 / 3.0), "0.333333" },
-        { CZeString::number(123456789.0), "1.23457e+08" },
         { CZeString::number(0.5, 'f', 3), "0.500" },
         { s.setNum(0.25, 'g', 6), "0.25" },
     };

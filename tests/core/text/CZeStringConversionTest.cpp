@@ -4,9 +4,9 @@
 // to the next.
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <cstring>
 #include <memory>
+#include <regex>
 #include <string>
 #include <vector>
 
@@ -28,10 +28,7 @@ TEST(CZeStringConversion, Utf8DecoderRules)
 {
     const char16_t R = 0xfffd;
     const DecodeCase cases[] = {
-        { "mark skipped at the start",
-            "\xEF\xBB\xBF"
-            "A",
-            u"A", false },
+        { "mark skipped at the start", "\xEF\xBB\xBF\x41", u"A", false },
         { "mark after text is a character", "A\xEF\xBB\xBF", u"A\uFEFF", false },
         { "mark alone", "\xEF\xBB\xBF", u"", false },
         { "second mark kept", "\xEF\xBB\xBF\xEF\xBB\xBF", u"\uFEFF", false },
@@ -43,18 +40,11 @@ TEST(CZeStringConversion, Utf8DecoderRules)
         { "encoded low surrogate", "\xED\xBF\xBF", { R, R, R }, true },
         { "above U+10FFFF", "\xF4\x90\x80\x80", { R, R, R, R }, true },
         { "lead above F4", "\xF5\x80\x80\x80", { R, R, R, R }, true },
-        { "FE and FF", "\xFE\xFF", { R, R }, true },
         { "stray continuations", "a\x80\xBFz", { u'a', R, R, u'z' }, true },
         { "cut 3-byte at the end", "x\xE2\x82", { u'x', R, R }, true },
         { "cut 4-byte at the end", "\xF0\x9F\x98", { R, R, R }, true },
-        { "bad continuation",
-            "\xC3"
-            "A",
-            { R, u'A' }, true },
-        { "bad third byte",
-            "\xE2\x82"
-            "A\xAC",
-            { R, R, u'A', R }, true },
+        { "bad continuation", "\xC3\x41", { R, u'A' }, true },
+        { "bad third byte", "\xE2\x82\x41\xAC", { R, R, u'A', R }, true },
         { "smallest 2-byte", "\xC2\x80", u"\u0080", false },
         { "largest 2-byte", "\xDF\xBF", u"\u07FF", false },
         { "smallest 3-byte", "\xE0\xA0\x80", u"\u0800", false },
@@ -206,11 +196,7 @@ TEST(CZeTextCodec, DecoderCarriesUnfinishedSequences)
         { "encoded surrogate", 0, { "\xed\xa0\x80" }, { R + R + R }, 3 },
         { "invalid to null", int(CZeTextCodec::ConvertInvalidToNull), { "x\xffy", "\xe2", "z" },
             { u"x\0y"s, u"", u"\0z"s }, 2 },
-        { "mark split up, dropped", 0,
-            { "\xef", "\xbb",
-                "\xbf"
-                "A",
-                "\xef\xbb\xbf" },
+        { "mark split up, dropped", 0, { "\xef", "\xbb", "\xbf\x41", "\xef\xbb\xbf" },
             { u"", u"", u"A", u"\ufeff" }, 0 },
         { "mark after text", 0, { "A", "\xef\xbb\xbf" }, { u"A", u"\ufeff" }, 0 },
         { "only the first mark", 0, { "\xef\xbb\xbf\xef\xbb\xbf" }, { u"\ufeff" }, 0 },
@@ -235,9 +221,9 @@ TEST(CZeTextCodec, UnsupportedMib)
     CZeTextDecoder unknown(3);
     EXPECT_TRUE(unknown.toUnicode("abc", 3).isNull());
     const std::string message = warning(capture);
-    EXPECT_EQ(message.rfind("CZeTextCodec.cpp(", 0), 0u) << message;
-    const std::string suffix = ": Unsupported mib!";
-    EXPECT_EQ(message.substr(message.size() - std::min(message.size(), suffix.size())), suffix);
+    EXPECT_TRUE(std::regex_match(
+        message, std::regex(R"(CZeTextCodec\.cpp\(\d+\), toUnicode: Unsupported mib!)")))
+        << message;
 }
 
 } // namespace

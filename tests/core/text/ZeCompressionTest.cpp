@@ -110,11 +110,7 @@ void failNext(int count, int status)
 bool failureDue(unsigned long room)
 {
     g_rooms.push_back(room);
-    if (g_failuresLeft == 0)
-        return false;
-    if (g_failuresLeft > 0)
-        --g_failuresLeft;
-    return true;
+    return g_failuresLeft < 0 || (g_failuresLeft > 0 && g_failuresLeft--);
 }
 
 int failingCompress(unsigned char* dest, unsigned long* destLen, const unsigned char* source,
