@@ -55,6 +55,18 @@ inline std::u16string u16(const CZeString& s)
     return std::u16string(reinterpret_cast<const char16_t*>(s.unicode()), size_t(s.size()));
 }
 
+// The text (a string as Latin-1), or <null>: a null result and an empty one
+// differ.
+inline std::string shown(const CZeByteArray& a)
+{
+    return a.isNull() ? "<null>" : text(a);
+}
+
+inline std::string shown(const CZeString& s)
+{
+    return s.isNull() ? "<null>" : latin(s);
+}
+
 // A string of the units given one by one (lone surrogates cannot be written as
 // literals); no units give an empty string that is not null.
 inline CZeString units(std::initializer_list<unsigned short> list)

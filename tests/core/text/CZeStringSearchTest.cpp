@@ -64,11 +64,6 @@ std::u16string foldAscii(std::u16string s)
     return s;
 }
 
-int position(size_t p)
-{
-    return p == std::u16string::npos ? -1 : int(p);
-}
-
 // Every search against std::u16string on the same text with ASCII folded, for
 // every operand kind the needle can take: a string, a view into another
 // string, Latin-1 text when it fits, and a single unit.
@@ -76,6 +71,7 @@ TEST(CZeStringSearch, AgreesWithAPlainSearch)
 {
     std::mt19937 rng(5);
     const char16_t alphabet[] = u"aAbB\u00e9\U0001F600";
+    const auto position = [](size_t p) { return p == std::u16string::npos ? -1 : int(p); };
     for (int round = 0; round < 3000; ++round) {
         std::u16string hay, needle;
         for (int i = int(rng() % 12); i > 0; --i)
