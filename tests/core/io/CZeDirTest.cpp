@@ -1,5 +1,4 @@
-// Directories: making and removing paths, the recursive removal under a
-// link swapped in, the temporary folder and path cleaning.
+// Directories: making and removing paths (also under a swapped-in link), paths.
 #include <gtest/gtest.h>
 
 #include <atomic>
@@ -64,9 +63,8 @@ TEST(CZeDir, MkpathRmdirAndRemoveRecursively)
     EXPECT_TRUE(CZeDir::mkpath(name(dir.path() + "//a/./b/../b/c/")));
     EXPECT_TRUE(CZeDir::mkpath(name(dir.file("a/x//y/"))));
     EXPECT_TRUE(isDir(dir.file("a/x/y")));
-    // Through a link to a directory.
     ASSERT_EQ(::symlink("a/b", dir.file("to-b").c_str()), 0);
-    EXPECT_TRUE(CZeDir::mkpath(name(dir.file("to-b/d"))));
+    EXPECT_TRUE(CZeDir::mkpath(name(dir.file("to-b/d")))); // through a link
     EXPECT_TRUE(isDir(dir.file("a/b/d")));
     // A file in the way cannot become a directory, also for root.
     ASSERT_TRUE(writeFileText(dir.file("plain"), "x"));
@@ -110,8 +108,7 @@ TEST(CZeDir, RemoveRecursivelyNeverFollowsALinkSwappedIn)
         std::atomic<bool> started { false };
         std::thread swapper([&] {
             while (!started.load()) { }
-            // Somewhere in the middle of the removal, at a different moment
-            // each round.
+            // Somewhere in the middle of the removal, each round elsewhere.
             const auto until
                 = std::chrono::steady_clock::now() + std::chrono::microseconds(50 * round);
             while (std::chrono::steady_clock::now() < until) { }

@@ -1,5 +1,4 @@
-// File information: what exists, types, links, sizes, permission classes and
-// identities, and the warning for stat() failures other than a missing file.
+// File information: types, links, sizes, identities, permissions, stat() failures.
 #include <gtest/gtest.h>
 
 #include <cstdio>
@@ -14,7 +13,7 @@ namespace {
 
 // What a path names after links are followed. A missing path is an answer;
 // other stat() failures are reported.
-TEST(CZeFileInfo, FilesFoldersLinksAndFailures)
+TEST(CZeFileInfo, FilesFoldersLinksFailuresAndPermissions)
 {
     TemporaryDirectory dir;
     ASSERT_TRUE(writeFileText(dir.file("data.bin"), "12345"));
@@ -71,19 +70,13 @@ TEST(CZeFileInfo, FilesFoldersLinksAndFailures)
     later.refresh();
     EXPECT_TRUE(later.exists());
     EXPECT_EQ(later.size(), 2);
-}
 
-// Writability is read from the permission bits of the class that applies to
-// the process, so a read-only mark holds for root as well.
-TEST(CZeFileInfo, PermissionClassesDecideReadableAndWritable)
-{
-    TemporaryDirectory dir;
-    const std::string path = dir.file("f");
-    ASSERT_TRUE(writeFileText(path, "x"));
+    // Readable and writable come from the permission bits of the class that
+    // applies to the process, so a read-only mark holds for root as well.
+    const std::string path = dir.file("later");
     const struct {
         mode_t mode;
-        bool readable;
-        bool writable;
+        bool readable, writable;
     } own[] = { { 0644, true, true }, { 0444, true, false }, { 0200, false, true },
         { 0077, false, false } };
     for (const auto& c : own) {
@@ -93,9 +86,8 @@ TEST(CZeFileInfo, PermissionClassesDecideReadableAndWritable)
         EXPECT_EQ(info.isWritable(), c.writable) << std::oct << c.mode;
     }
     EXPECT_FALSE(CZeFileInfo(name(dir.file("missing"))).isWritable());
-
-    // Another owner and group: the bits for others apply (only root can
-    // hand a file over).
+    // Another owner and group: the bits for others apply (only root can hand
+    // a file over).
     if (::chown(path.c_str(), 54321, 54321) != 0)
         return;
     ASSERT_EQ(::chmod(path.c_str(), 0662), 0);

@@ -1,5 +1,4 @@
-// Files on disk: open modes, error codes and texts, flushing, maps, remove
-// and rename with its fallbacks.
+// Files on disk: open modes, errors, flushing, maps, remove and rename.
 #include <gtest/gtest.h>
 
 #include <cerrno>
@@ -52,9 +51,7 @@ TEST(CZeFile, OpenModesKeepOrReplaceTheContent)
         ASSERT_TRUE(file.open(row.mode)) << utf8(file.errorString());
         EXPECT_EQ(file.error(), CZeFileDevice::NoError);
         EXPECT_EQ(utf8(file.errorString()), "Unknown error");
-        const int fd = descriptorOf(path);
-        ASSERT_GE(fd, 0);
-        EXPECT_TRUE(::fcntl(fd, F_GETFD) & FD_CLOEXEC);
+        EXPECT_EQ(::fcntl(descriptorOf(path), F_GETFD), FD_CLOEXEC); // not inherited by children
         EXPECT_FALSE(file.open(CZeIODevice::ReadOnly));
         EXPECT_EQ(onlyWarning(capture), "CZeFile::open: File (" + path + ") already open");
         file.setFileName(name(path + "2"));
@@ -142,8 +139,7 @@ TEST(CZeFile, SeeksAndMaps)
     ASSERT_TRUE(writeFileText(dir.file("f"), data));
     MessageCapture capture;
     CZeFile file(name(dir.file("f")));
-    // Not open yet.
-    EXPECT_FALSE(file.flush());
+    EXPECT_FALSE(file.flush()); // not open yet
     EXPECT_EQ(onlyWarning(capture), "CZeFileDevice::flush: No file engine. Is IODevice open?");
     EXPECT_FALSE(file.seek(0));
     EXPECT_EQ(onlyWarning(capture), "CZeFileDevice::seek: IODevice is not open");
@@ -217,7 +213,6 @@ TEST(CZeFile, RemoveAndRenameRefusals)
     EXPECT_EQ(readFileText(dir.file("b")), "B");
     EXPECT_EQ(dir.entries(), (std::vector<std::string> { "a", "b", "hard" }));
 
-    // Removing closes the file; the second attempt finds nothing.
     CZeFile file(name(dir.file("b")));
     ASSERT_TRUE(file.open(CZeIODevice::ReadOnly));
     EXPECT_TRUE(file.remove());

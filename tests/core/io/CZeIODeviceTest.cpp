@@ -1,5 +1,4 @@
-// The device base on an in-memory device: the one-byte path, text mode,
-// peeking, line reading, position synchronisation and every warning.
+// The device base on an in-memory device: reading, peeking, lines, warnings.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -57,7 +56,7 @@ protected:
     }
 };
 
-TEST(CZeIODevice, TextModeDropsCarriageReturns)
+TEST(CZeIODevice, TextModeAndLines)
 {
     MessageCapture capture;
     MemoryDevice dev("a\r\r\nb");
@@ -92,26 +91,23 @@ TEST(CZeIODevice, TextModeDropsCarriageReturns)
     EXPECT_EQ(line.readLine(buf, 8), 2);
     EXPECT_STREQ(buf, "x\n");
     EXPECT_EQ(capture.count(), 0u);
-}
 
-TEST(CZeIODevice, ReadLineLimitsAndLongLines)
-{
     const std::string longLine(40000, 'q');
-    MemoryDevice dev(longLine + "\nshort\nlast");
-    dev.open(CZeIODevice::ReadOnly);
-    EXPECT_EQ(text(dev.readLine()), longLine + "\n");
+    MemoryDevice lines(longLine + "\nshort\nlast");
+    lines.open(CZeIODevice::ReadOnly);
+    EXPECT_EQ(text(lines.readLine()), longLine + "\n");
     // A limit counts the terminating zero: 3 gives two bytes.
-    EXPECT_EQ(text(dev.readLine(3)), "sh");
-    EXPECT_EQ(text(dev.readLine()), "ort\n");
-    EXPECT_EQ(text(dev.readLine()), "last");
+    EXPECT_EQ(text(lines.readLine(3)), "sh");
+    EXPECT_EQ(text(lines.readLine()), "ort\n");
+    EXPECT_EQ(text(lines.readLine()), "last");
     // At the end the base line reader fails on a random-access device.
-    char buf[4] = { 'z', 'z', 'z', 'z' };
-    EXPECT_EQ(dev.readLine(buf, 4), -1);
+    buf[0] = 'z';
+    EXPECT_EQ(lines.readLine(buf, 4), -1);
     EXPECT_EQ(buf[0], '\0');
-    EXPECT_TRUE(dev.readLine().isEmpty());
+    EXPECT_TRUE(lines.readLine().isEmpty());
 }
 
-TEST(CZeIODevice, PeekLeavesThePositionAndTheNextReadSeeksBack)
+TEST(CZeIODevice, PeeksSeeksAndOversizedReads)
 {
     MemoryDevice dev("abcdef");
     dev.open(CZeIODevice::ReadOnly);
@@ -122,9 +118,8 @@ TEST(CZeIODevice, PeekLeavesThePositionAndTheNextReadSeeksBack)
     EXPECT_EQ(text(dev.peek(2)), "ab");
     EXPECT_EQ(text(dev.read(3)), "abc");
     EXPECT_EQ(dev.pos(), 3);
-    // The one-byte path also starts where the position is.
     EXPECT_EQ(text(dev.peek(2)), "de");
-    ASSERT_TRUE(dev.getChar(buf));
+    ASSERT_TRUE(dev.getChar(buf)); // the one-byte path seeks back too
     EXPECT_EQ(buf[0], 'd');
 
     // After a peek the device must seek back; when it refuses, transfers fail.
@@ -135,16 +130,28 @@ TEST(CZeIODevice, PeekLeavesThePositionAndTheNextReadSeeksBack)
     EXPECT_EQ(dev.read(buf, 1), -1);
     EXPECT_EQ(dev.peek(buf, 2), -1);
     EXPECT_EQ(dev.pos(), 0);
-    // Seeking past the end is allowed; nothing is there.
     dev.refuseSeeks = false;
-    EXPECT_TRUE(dev.seek(100));
+    EXPECT_TRUE(dev.seek(100)); // past the end: allowed, nothing there
     EXPECT_TRUE(dev.atEnd());
 
-    // A sequential device of unknown length is read in steps.
-    MemoryDevice pipe("abc");
+    MemoryDevice pipe("abc"); // sequential: read in steps of unknown number
     pipe.sequential = true;
     pipe.open(CZeIODevice::ReadOnly);
     EXPECT_EQ(text(pipe.readAll()), "abc");
+
+    // An oversized request: the array is sized for the clamped request, then
+    // cut to what came. More than an array can hold left: nothing is read.
+    MessageCapture capture;
+    ASSERT_TRUE(dev.seek(3));
+    dev.readCalls = 0;
+    EXPECT_EQ(text(dev.read(int64_t { 3 } << 30)), "def");
+    EXPECT_EQ(warning(capture), "maxSize argument exceeds CZeByteArray size limit");
+    dev.seek(0);
+    dev.fakeSize = int64_t { 2147483622 } + 1;
+    EXPECT_TRUE(dev.readAll().isEmpty());
+    EXPECT_EQ(dev.readCalls, 1);
+    dev.fakeSize = -1;
+    EXPECT_EQ(text(dev.readAll()), "abcdef");
 }
 
 // Every refused call warns and leaves the position and the bytes as they were.
@@ -200,24 +207,6 @@ TEST(CZeIODevice, RefusedCallsWarnAndChangeNothing)
         // Only the one-byte path asks the device before it looks at the mode.
         EXPECT_EQ(dev.readCalls, std::string(row.name) == "getChar closed" ? 1 : 0);
     }
-}
-
-TEST(CZeIODevice, OversizedRequestsAreClampedOrRefused)
-{
-    MessageCapture capture;
-    MemoryDevice dev("abc");
-    dev.open(CZeIODevice::ReadOnly);
-    // The array is sized for the clamped request, then cut to what came.
-    EXPECT_EQ(text(dev.read(int64_t { 3 } << 30)), "abc");
-    EXPECT_EQ(warning(capture), "maxSize argument exceeds CZeByteArray size limit");
-
-    // More than an array can hold left: nothing is read at all.
-    dev.seek(0);
-    dev.fakeSize = int64_t { 2147483622 } + 1;
-    EXPECT_TRUE(dev.readAll().isEmpty());
-    EXPECT_EQ(dev.readCalls, 1);
-    dev.fakeSize = -1;
-    EXPECT_EQ(text(dev.readAll()), "abc");
 }
 
 TEST(CZeIODevice, OpenAppendWriteAndPositions)
