@@ -1,7 +1,5 @@
-// The log-file writer's life: what happens before a folder is set, the
-// shut-down at process exit, calls after it, a forked child, and hostile
-// files. Each case runs in a child process of its own, where the writer
-// starts from nothing; this program itself never creates the writer.
+// The log-file writer's life and hostile files. Each case runs in a child
+// process where the writer starts from nothing; this program never makes one.
 #include <gtest/gtest.h>
 
 #include <csignal>
@@ -55,6 +53,14 @@ template <typename Child> bool exitsCleanly(Child child)
 
 const time_t kDay = localTime("2032-06-01 12:00:00");
 
+// In a child: queues the line and waits until the writer has handled
+// `handled` lines in all.
+void writeHandled(const char* line, uint64_t handled)
+{
+    CZeLogger::WriteMessage(line);
+    check(waitHandled(handled), line);
+}
+
 // In a child: the writer's clocks on kDay, its folder set.
 void startIn(const std::string& folder)
 {
@@ -73,30 +79,25 @@ TEST(CZeLoggerLifecycle, LinesBeforeAFolderAreDroppedWithOneWarningPerBackOff)
         FakeClocks::install(5 * kMillisecond, true);
         MessageCapture capture;
         check(ZeLoggerCurrentState() == ZeLoggerNotCreated, "fresh writer");
-        CZeLogger::WriteMessage("early one");
-        check(waitHandled(1), "first line handled");
+        writeHandled("early one", 1);
         const auto messages = capture.messages();
         check(messages.size() == 1, "one warning");
         check(messages[0].priority == 5 && messages[0].tag == "tavren", "warning priority and tag");
         check(messages[0].text == "Failed to create log file: ", "warning with an empty path");
 
         FakeClocks::steady += 30 * kSecond - 1;
-        CZeLogger::WriteMessage("early two");
-        check(waitHandled(2), "second line handled");
+        writeHandled("early two", 2);
         check(capture.count() == 1, "no second warning within 30 seconds");
         FakeClocks::steady += 1;
-        CZeLogger::WriteMessage("early three");
-        check(waitHandled(3), "third line handled");
+        writeHandled("early three", 3);
         check(capture.count() == 2, "a second warning after 30 seconds");
 
         // The folder counts from the next attempt, which waits for the back-off.
         CZeLogger::SetLogDirPath(dir.path().c_str());
-        CZeLogger::WriteMessage("four");
-        check(waitHandled(4), "fourth line handled");
+        writeHandled("four", 4);
         check(fileSizeOf(dir.path() + "/corvidsdk") == -1, "nothing made within the back-off");
         FakeClocks::steady += 30 * kSecond;
-        CZeLogger::WriteMessage("five");
-        check(waitHandled(5), "fifth line handled");
+        writeHandled("five", 5);
         const ZeLoggerCounters c = ZeLoggerCountersNow();
         check(c.linesWritten == 1 && c.openFailures == 2 && c.filesOpened == 1, "one line written");
         check(capture.count() == 2, "no warning for the working folder");
@@ -130,8 +131,7 @@ TEST(CZeLoggerLifecycle, ExitClosesTheFileAndLaterCallsDoNothing)
         t.wallClock = FakeClocks::wallNow;
         ZeLoggerSetTiming(t);
         CZeLogger::SetLogDirPath(dir.path().c_str());
-        CZeLogger::WriteMessage("written before exit");
-        check(waitHandled(1), "line handled");
+        writeHandled("written before exit", 1);
         check(ZeLoggerCountersNow().linesWritten == 1, "line written");
         std::exit(0);
     }));
@@ -145,8 +145,7 @@ TEST(CZeLoggerLifecycle, AForkedChildLeavesTheFileToItsParent)
     TemporaryDirectory dir;
     EXPECT_TRUE(exitsCleanly([&] {
         startIn(dir.path());
-        CZeLogger::WriteMessage("before fork");
-        check(waitHandled(1), "line handled");
+        writeHandled("before fork", 1);
         const pid_t pid = ::fork();
         check(pid >= 0, "fork");
         if (pid == 0) {
@@ -159,8 +158,7 @@ TEST(CZeLoggerLifecycle, AForkedChildLeavesTheFileToItsParent)
         int status = 0;
         check(::waitpid(pid, &status, 0) == pid, "wait");
         check(WIFEXITED(status) && WEXITSTATUS(status) == 0, "forked child exited cleanly");
-        CZeLogger::WriteMessage("after fork");
-        check(waitHandled(2), "second line handled");
+        writeHandled("after fork", 2);
         std::exit(0);
     }));
     EXPECT_EQ(readFileText(logFileOf(dir.path(), kDay)),

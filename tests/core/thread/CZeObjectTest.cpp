@@ -1,5 +1,4 @@
-// CZeObject: notify, posting and flushing, deferred deletes, reposting,
-// removal, and moving objects between threads.
+// CZeObject: posted events, deferred deletes and moves between threads.
 #include <gtest/gtest.h>
 
 #include <atomic>
@@ -55,10 +54,9 @@ TEST(CZeObjectEvents, PostedEventsAreDeliveredInOrderOrRemovedAndDeleted)
     EXPECT_EQ(destroyed, 7);
     CZeObject::sendPostedEvents();
     EXPECT_EQ(a.customTypes.size() + b.customTypes.size(), 3u);
-    // Destroying a receiver removes its events.
     auto c = std::make_unique<Probe>();
     post(c.get(), kTypeA);
-    c.reset();
+    c.reset(); // removes its events
     EXPECT_EQ(destroyed, 8);
     EXPECT_TRUE(queue().empty());
 }
@@ -209,22 +207,20 @@ TEST(CZeObjectMove, StopsTimersAndCarriesPostedEvents)
 TEST(CZeObjectMove, ThreadsMovingObjectsTowardsEachOtherDoNotDeadlock)
 {
     constexpr int kObjects = 300;
-    std::vector<Probe*> fromA(kObjects), fromB(kObjects);
+    std::vector<Probe*> objects[2]
+        = { std::vector<Probe*>(kObjects), std::vector<Probe*>(kObjects) };
     std::atomic<int> ready { 0 };
     FunctionThread* threads[2] = {};
     auto body = [&](int side) {
         return [&, side](FunctionThread*) {
-            std::vector<Probe*>& mine = side == 0 ? fromA : fromB;
-            std::vector<Probe*>& theirs = side == 0 ? fromB : fromA;
-            for (Probe*& p : mine)
+            for (Probe*& p : objects[side])
                 p = new Probe;
-            ++ready;
-            while (ready.load() < 2)
+            for (++ready; ready.load() < 2;)
                 std::this_thread::yield();
             for (int i = 0; i < kObjects; ++i) {
-                CZeObject::postEvent(mine[i], new CZeEvent(kTypeA));
-                CZeObject::postEvent(theirs[i], new CZeEvent(kTypeB));
-                mine[i]->moveToThread(threads[1 - side]);
+                CZeObject::postEvent(objects[side][i], new CZeEvent(kTypeA));
+                CZeObject::postEvent(objects[1 - side][i], new CZeEvent(kTypeB));
+                objects[side][i]->moveToThread(threads[1 - side]);
             }
         };
     };
@@ -233,14 +229,13 @@ TEST(CZeObjectMove, ThreadsMovingObjectsTowardsEachOtherDoNotDeadlock)
     threads[1] = &b;
     a.start();
     b.start();
-    ASSERT_TRUE(a.wait(kGenerousMs));
-    ASSERT_TRUE(b.wait(kGenerousMs));
+    ASSERT_TRUE(a.wait(kGenerousMs) && b.wait(kGenerousMs));
     for (int i = 0; i < kObjects; ++i) {
-        EXPECT_EQ(fromA[i]->thread(), &b);
-        EXPECT_EQ(fromB[i]->thread(), &a);
-        EXPECT_EQ(fromA[i]->d()->postedEvents, 2);
-        delete fromA[i];
-        delete fromB[i];
+        EXPECT_EQ(objects[0][i]->thread(), &b);
+        EXPECT_EQ(objects[1][i]->thread(), &a);
+        EXPECT_EQ(objects[0][i]->d()->postedEvents, 2);
+        delete objects[0][i];
+        delete objects[1][i];
     }
 }
 

@@ -1,5 +1,4 @@
-// CZeSignal (manual and automatic reset, polling, unlimited and timed waits,
-// one and several waiters), CZeSignallingEvent and CZeElapsedTimer.
+// CZeSignal, CZeSignallingEvent and CZeElapsedTimer.
 #include <gtest/gtest.h>
 
 #include <atomic>
@@ -12,53 +11,42 @@
 
 namespace {
 
-// Starts n threads that each wait once on the signal and count the outcome.
-std::vector<std::unique_ptr<FunctionThread>> waiters(int n, CZeSignal& signal,
-    unsigned long timeout, std::atomic<int>& passed, std::atomic<int>& refused)
+// A manual-reset signal lets every waiter through and stays set; an
+// automatic one lets one waiter through per set() and is clear afterwards.
+TEST(CZeSignal, ManualResetReleasesEveryWaiterAutomaticOnePerSet)
 {
-    std::vector<std::unique_ptr<FunctionThread>> threads;
-    for (int i = 0; i < n; ++i) {
-        threads.emplace_back(new FunctionThread(
-            [&, timeout](FunctionThread*) { ++(signal.wait(timeout) ? passed : refused); }));
-        threads.back()->start();
-    }
-    return threads;
-}
-
-TEST(CZeSignal, ManualResetReleasesEveryWaiter)
-{
-    for (unsigned long timeout : { CZeSignal::Infinite, static_cast<unsigned long>(kGenerousMs) }) {
-        SCOPED_TRACE(timeout);
-        CZeSignal signal(true, false);
+    const struct {
+        const char* name;
+        bool manual;
+        unsigned long timeout;
+    } rows[] = { { "manual", true, CZeSignal::Infinite },
+        { "manual, timed", true, static_cast<unsigned long>(kGenerousMs) },
+        { "automatic", false, CZeSignal::Infinite } };
+    constexpr int kWaiters = 4;
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        CZeSignal signal(row.manual, false);
         std::atomic<int> passed { 0 }, refused { 0 };
-        auto threads = waiters(5, signal, timeout, passed, refused);
-        signal.set();
+        std::vector<std::unique_ptr<FunctionThread>> threads;
+        for (int i = 0; i < kWaiters; ++i) {
+            threads.emplace_back(new FunctionThread(
+                [&](FunctionThread*) { ++(signal.wait(row.timeout) ? passed : refused); }));
+            threads.back()->start();
+        }
+        for (int k = 1; k <= (row.manual ? 1 : kWaiters); ++k) {
+            signal.set();
+            const int through = row.manual ? kWaiters : k;
+            ASSERT_TRUE(waitUntil([&] { return passed.load() >= through; })) << k;
+            EXPECT_EQ(passed.load(), through);
+        }
         for (auto& t : threads)
             ASSERT_TRUE(t->wait(kGenerousMs));
-        EXPECT_EQ(passed.load(), 5);
         EXPECT_EQ(refused.load(), 0);
-        EXPECT_TRUE(signal.wait(0)); // still set
+        EXPECT_EQ(signal.wait(0), row.manual);
     }
 }
 
-TEST(CZeSignal, AutomaticResetReleasesOneWaiterPerSet)
-{
-    CZeSignal signal(false, false);
-    std::atomic<int> passed { 0 }, refused { 0 };
-    constexpr int kWaiters = 4;
-    auto threads = waiters(kWaiters, signal, CZeSignal::Infinite, passed, refused);
-    for (int k = 1; k <= kWaiters; ++k) {
-        signal.set();
-        ASSERT_TRUE(waitUntil([&] { return passed.load() >= k; })) << k;
-        EXPECT_EQ(passed.load(), k); // one set, one waiter
-    }
-    for (auto& t : threads)
-        ASSERT_TRUE(t->wait(kGenerousMs));
-    EXPECT_EQ(passed.load(), kWaiters);
-    EXPECT_FALSE(signal.wait(0));
-}
-
-TEST(CZeSignallingEvent, SetsItsSignalWhenDestroyed)
+TEST(CZeSignallingEvent, SetsItsSignalWhenDeliveredAndDestroyed)
 {
     CZeSignal signal(false, false);
     {
@@ -81,12 +69,9 @@ TEST(CZeSignallingEvent, SetsItsSignalWhenDestroyed)
 
     CZeSignallingEvent withoutSignal(CZeEvent::User, nullptr);
     withoutSignal.signalNow();
-}
 
-// Events posted from this thread to a thread in its event loop: each poster
-// learns of the delivery, and quit() from here ends the loop.
-TEST(CZeSignallingEvent, PosterWaitsForDelivery)
-{
+    // Events posted from here to a thread in its event loop: each poster
+    // learns of the delivery, and quit() from here ends the loop.
     std::atomic<Probe*> receiver { nullptr };
     std::atomic<bool> deliveredInWorker { true };
     int result = -5;

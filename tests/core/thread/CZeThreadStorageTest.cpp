@@ -1,5 +1,4 @@
-// CZeThreadStorage: get and set, destruction at thread end and the message
-// for values that outlive their storage.
+// CZeThreadStorage: values set, destroyed at thread end, or outliving storage.
 #include <gtest/gtest.h>
 
 #include <memory>
@@ -15,21 +14,18 @@ Lines g_destroyed;
 // Values are heap strings; destroying one logs it.
 void destroyTagged(void* p)
 {
-    std::string* s = static_cast<std::string*>(p);
+    const std::unique_ptr<std::string> s(static_cast<std::string*>(p));
     std::lock_guard<std::mutex> lock(g_logMutex);
     g_destroyed.push_back(*s);
-    delete s;
 }
 
 Lines takeDestroyed()
 {
     std::lock_guard<std::mutex> lock(g_logMutex);
-    Lines out;
-    out.swap(g_destroyed);
-    return out;
+    return std::exchange(g_destroyed, Lines());
 }
 
-TEST(CZeThreadStorage, SetReplacesAndDestroysThePreviousValue)
+TEST(CZeThreadStorage, SetReplacesTheValueAndAValueWithoutItsStorageIsReported)
 {
     takeDestroyed();
     CZeThreadStorage s(destroyTagged);
@@ -44,6 +40,29 @@ TEST(CZeThreadStorage, SetReplacesAndDestroysThePreviousValue)
     s.set(nullptr); // this thread never ends within the test: clean up
     EXPECT_EQ(takeDestroyed(), Lines { "second" });
     EXPECT_EQ(s.get(), nullptr);
+
+    // A value whose storage is gone when its thread ends is reported, not
+    // destroyed.
+    MessageCapture capture;
+    static int value = 5;
+    auto gone = std::make_unique<CZeThreadStorage>(destroyTagged);
+    const int id = gone->id();
+    Gate stored, release;
+    FunctionThread t([&](FunctionThread*) {
+        gone->set(&value);
+        stored.open();
+        release.waitOpen();
+    });
+    t.start();
+    ASSERT_TRUE(stored.waitOpen());
+    gone.reset();
+    release.open();
+    ASSERT_TRUE(t.wait(kGenerousMs));
+    EXPECT_EQ(logged(capture),
+        Lines {
+            format("W CZeThreadStorage: Thread exited after CZeThreadStorage %d destroyed", id) });
+    EXPECT_EQ(value, 5);
+    EXPECT_TRUE(takeDestroyed().empty());
 }
 
 // At a thread's end its values are destroyed from the highest storage id
@@ -68,29 +87,6 @@ TEST(CZeThreadStorage, ValuesDieWithTheirThreadHighestIdFirst)
     EXPECT_EQ(takeDestroyed(), (Lines { "t4", "t3", "late", "t1" }));
     std::thread([&] { fill("f"); }).join(); // adopted: the same at its exit
     EXPECT_EQ(takeDestroyed(), (Lines { "f4", "f3", "late", "f1" }));
-}
-
-TEST(CZeThreadStorage, ValueOutlivingItsStorageIsReportedAtThreadEnd)
-{
-    MessageCapture capture;
-    static int value = 5; // never destroyed: its storage is gone
-    auto s = std::make_unique<CZeThreadStorage>(destroyTagged);
-    const int id = s->id();
-    Gate stored, release;
-    FunctionThread t([&](FunctionThread*) {
-        s->set(&value);
-        stored.open();
-        release.waitOpen();
-    });
-    t.start();
-    ASSERT_TRUE(stored.waitOpen());
-    s.reset();
-    release.open();
-    ASSERT_TRUE(t.wait(kGenerousMs));
-    EXPECT_EQ(logged(capture),
-        Lines {
-            format("W CZeThreadStorage: Thread exited after CZeThreadStorage %d destroyed", id) });
-    EXPECT_EQ(value, 5);
 }
 
 } // namespace

@@ -1,5 +1,4 @@
-// Timers: the id allocator, the per-thread timer list, and timers of objects
-// fired by a thread's event loop.
+// Timers: ids, the per-thread timer list, and object timers in event loops.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -110,20 +109,23 @@ TEST(CZeObjectTimers, FireInDueOrderAndRepeatUntilKilled)
     EXPECT_NE(std::find(started.begin(), started.end(), reused), started.end()) << reused;
 }
 
-TEST(CZeObjectTimers, RefusalsOnTheObjectsOwnThread)
+// Refused starts and kills. Timers belong to their object's thread: another
+// thread can neither start nor stop them, and destroying the object there
+// leaves them registered.
+TEST(CZeObjectTimers, RefusedStartsAndKills)
 {
     MessageCapture capture;
     Probe here; // lives in the adopted main thread
     EXPECT_EQ(here.startTimer(0), 0);
     EXPECT_EQ(here.startTimer(-5), 0);
     EXPECT_EQ(here.startTimer(10), 0);
-    Probe* probe = nullptr;
+    const void* own = nullptr;
     int id = 0;
     size_t afterOwnKills = 99, leftRegistered = 99;
     ASSERT_TRUE(runThread([&](FunctionThread* self) {
         {
             Probe p;
-            probe = &p;
+            own = &p;
             p.killTimer(0); // silent
             p.killTimer(77); // silent: the object never had a timer
             id = p.startTimer(1000);
@@ -138,45 +140,39 @@ TEST(CZeObjectTimers, RefusalsOnTheObjectsOwnThread)
     }));
     EXPECT_EQ(afterOwnKills, 0u);
     EXPECT_EQ(leftRegistered, 0u);
+
+    Gate created, release;
+    Probe* probe = nullptr;
+    int remoteId = 0;
+    FunctionThread t([&](FunctionThread* self) {
+        probe = new Probe;
+        remoteId = probe->startTimer(1000);
+        created.open();
+        release.waitOpen();
+        leftRegistered = self->data()->timerList->timers.size();
+    });
+    t.start();
+    ASSERT_TRUE(created.waitOpen());
+    EXPECT_EQ(probe->startTimer(10), 0);
+    probe->killTimer(remoteId);
+    EXPECT_EQ(probe->runningTimers(), std::vector<int32_t> { remoteId });
+    delete probe;
+    release.open();
+    ASSERT_TRUE(t.wait(kGenerousMs));
+    EXPECT_EQ(leftRegistered, 1u);
+
     const char* const interval
         = "W CZeObject::startTimer: Timers cannot have negative or zero intervals";
     const char* const invalid = "W CZeObject::killTimer(): Error: timer id %d is not valid for "
                                 "object %p (), timer has not been killed";
+    const char* const stopped = "Timers cannot be stopped from another thread";
     EXPECT_EQ(logged(capture),
         (Lines { interval, interval,
             "W CZeObject::startTimer: Timers can only be used with threads started with CZeThread",
-            format(invalid, id + 1000, (void*)probe), format(invalid, id, (void*)probe) }));
-}
-
-// Timers belong to their object's thread: another thread can neither start
-// nor stop them, and destroying the object there leaves them registered.
-TEST(CZeObjectTimers, AnotherThreadCanNeitherStartNorStopThem)
-{
-    MessageCapture capture;
-    Gate created, release;
-    Probe* p = nullptr;
-    int id = 0;
-    size_t registered = 0;
-    FunctionThread t([&](FunctionThread* self) {
-        p = new Probe;
-        id = p->startTimer(1000);
-        created.open();
-        release.waitOpen();
-        registered = self->data()->timerList->timers.size();
-    });
-    t.start();
-    ASSERT_TRUE(created.waitOpen());
-    EXPECT_EQ(p->startTimer(10), 0);
-    p->killTimer(id);
-    EXPECT_EQ(p->runningTimers(), std::vector<int32_t> { id });
-    delete p;
-    release.open();
-    ASSERT_TRUE(t.wait(kGenerousMs));
-    EXPECT_EQ(registered, 1u);
-    EXPECT_EQ(logged(capture),
-        (Lines { "W CZeObject::startTimer: Timers cannot be started from another thread",
-            "W CZeObject::killTimer: Timers cannot be stopped from another thread",
-            "W CZeObject::~CZeObject: Timers cannot be stopped from another thread" }));
+            format(invalid, id + 1000, own), format(invalid, id, own),
+            "W CZeObject::startTimer: Timers cannot be started from another thread",
+            std::string("W CZeObject::killTimer: ") + stopped,
+            std::string("W CZeObject::~CZeObject: ") + stopped }));
 }
 
 } // namespace

@@ -2,14 +2,14 @@
  * Helpers for the thread, object and storage tests.
  *
  *   ASSERT_TRUE(runThread([&](FunctionThread* self) { ...; self->exec(); }));
- *   Gate gate;  // one-shot signal between threads: gate.open(), gate.waitOpen()
+ *   Gate gate;  // gate.open() on one thread, ASSERT_TRUE(gate.waitOpen()) on another
  *   EXPECT_EQ(logged(capture), Lines{"W CZeThread::wait: Thread tried to wait on itself"});
  */
 #ifndef TESTS_CORE_THREAD_THREADTESTHELPERS_H
 #define TESTS_CORE_THREAD_THREADTESTHELPERS_H
 
+#include <atomic>
 #include <chrono>
-#include <condition_variable>
 #include <cstdio>
 #include <functional>
 #include <mutex>
@@ -29,7 +29,8 @@ constexpr long kGenerousMs = 60000;
 
 class FunctionThread : public CZeThread {
 public:
-    explicit FunctionThread(std::function<void(FunctionThread*)> body)
+    using Body = std::function<void(FunctionThread*)>;
+    explicit FunctionThread(Body body)
         : m_body(std::move(body))
     {
     }
@@ -40,11 +41,11 @@ protected:
     void run() override { m_body(this); }
 
 private:
-    std::function<void(FunctionThread*)> m_body;
+    Body m_body;
 };
 
 // Runs the body on a thread of its own; true once that thread has finished.
-inline bool runThread(std::function<void(FunctionThread*)> body)
+inline bool runThread(FunctionThread::Body body)
 {
     FunctionThread t(std::move(body));
     t.start();
@@ -63,25 +64,14 @@ template <class Condition> bool waitUntil(Condition condition)
     return true;
 }
 
-class Gate {
-public:
-    void open()
-    {
-        std::lock_guard<std::mutex> lock(m_mutex);
-        m_open = true;
-        m_cond.notify_all();
-    }
+// A one-shot signal between threads.
+struct Gate {
+    std::atomic<bool> isOpen { false };
+    void open() { isOpen = true; }
     bool waitOpen()
     {
-        std::unique_lock<std::mutex> lock(m_mutex);
-        return m_cond.wait_for(
-            lock, std::chrono::milliseconds(kGenerousMs), [this] { return m_open; });
+        return waitUntil([this] { return isOpen.load(); });
     }
-
-private:
-    std::mutex m_mutex;
-    std::condition_variable m_cond;
-    bool m_open = false;
 };
 
 // An object that hands its events to functions (all optional).
