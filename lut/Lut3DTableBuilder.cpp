@@ -5,6 +5,7 @@
 #include <new>
 
 #include "lut/Lut3DMemory.h"
+#include "lut/kernel/Lut3DKernel.h"
 
 namespace {
 
@@ -40,6 +41,36 @@ bool Lut3DBuildGrid(Lut3DTable* table, uint32_t n, const uint8_t* entries)
                 std::memcpy(cell, entry, 3);
         }
     }
+    return true;
+}
+
+bool Lut3DBuildPairGrid(Lut3DTable* table, uint32_t n)
+{
+    const uint64_t entries = uint64_t { n } * n * (n + 1);
+    uint8_t* pairs = static_cast<uint8_t*>(Lut3DAlignedAlloc(16 * entries));
+    table->pairGrid = pairs;
+    if (!pairs)
+        return false;
+    // Padding cells (index N) are never written in the grid; here they read
+    // as 128, which the bias makes 0.
+    auto biased = [&](uint32_t r, uint32_t g, uint32_t b, int ch) {
+        const bool inside = r < n && g < n && b < n;
+        const uint8_t value = inside
+            ? table->grid[r * table->planeStride + g * table->rowStride + 4 * b + ch]
+            : 128;
+        return static_cast<uint8_t>(value - 128);
+    };
+    for (uint32_t r = 0; r < n; ++r)
+        for (uint32_t g = 0; g < n; ++g)
+            for (uint32_t b = 0; b <= n; ++b, pairs += 16)
+                for (uint32_t dg = 0; dg < 2; ++dg) {
+                    uint8_t* half = pairs + 8 * dg;
+                    for (int ch = 0; ch < 3; ++ch) {
+                        half[2 * ch] = biased(r, g + dg, b, ch);
+                        half[2 * ch + 1] = biased(r + 1, g + dg, b, ch);
+                    }
+                    half[6] = half[7] = 0;
+                }
     return true;
 }
 
@@ -90,7 +121,8 @@ Lut3DTable* Lut3DTableCreate(const float* levels, uint32_t n, const uint8_t* ent
     Lut3DTable* table = Lut3DCreateRecord<Lut3DTable>();
     if (!table)
         return nullptr;
-    if (!Lut3DBuildGrid(table, n, entries) || !Lut3DBuildIndexTable(table, levels, n)) {
+    if (!Lut3DBuildGrid(table, n, entries) || !Lut3DBuildIndexTable(table, levels, n)
+        || (Lut3DKernelActive()->usesPairGrid && !Lut3DBuildPairGrid(table, n))) {
         Lut3DTableDestroy(table);
         return nullptr;
     }
@@ -101,6 +133,8 @@ void Lut3DTableDestroy(Lut3DTable* table)
 {
     if (!table)
         return;
+    Lut3DAlignedFree(table->pairGrid);
+    table->pairGrid = nullptr;
     Lut3DAlignedFree(table->indexTable);
     table->indexTable = nullptr;
     Lut3DAlignedFree(table->grid);

@@ -23,12 +23,17 @@ bool Lut3DBuildGrid(Lut3DTable* table, uint32_t n, const uint8_t* entries);
 // cannot be allocated.
 bool Lut3DBuildIndexTable(Lut3DTable* table, const float* levels, uint32_t n);
 
+// Allocates and fills the pair grid (Lut3DTypes.h) from the grid. False when
+// it cannot be allocated.
+bool Lut3DBuildPairGrid(Lut3DTable* table, uint32_t n);
+
 // A table built from levels and entries (no file data; the loader attaches
-// its own). n must be 1 to 65. Null when an allocation fails; nothing is
-// leaked then.
+// its own), with a pair grid when the active kernel reads one. n must be 1
+// to 65. Null when an allocation fails; nothing is leaked then.
 Lut3DTable* Lut3DTableCreate(const float* levels, uint32_t n, const uint8_t* entries);
 
-// Frees the index table and the grid (pointers cleared) and the record. The
+// Frees the pair grid, the index table and the grid (pointers cleared) and
+// the record. The
 // file data, if any, belongs to the caller.
 void Lut3DTableDestroy(Lut3DTable* table);
 

@@ -53,6 +53,15 @@ static_assert(offsetof(Lut3DConstants, reserved) == 192, "layout");
  * cells with an index of N on any axis are padding that the kernel reads only
  * with weight 0, so the upper neighbour of any index needs no bounds test.
  * Cell (r, g, b) is at grid + r * planeStride + g * rowStride + b * 4.
+ *
+ * The pair grid is the same cells laid out for a kernel that interpolates
+ * byte pairs: entry (r, g, b) for r, g < N and b <= N is 16 bytes at
+ * pairGrid + 16 * ((r * N + g) * (N + 1) + b), holding for g' = g, then
+ * g + 1, the R, G and B of cells (r, g', b) and (r + 1, g', b) as byte pairs
+ * (R at r, R at r + 1, G .., B ..) and two zero bytes. Every byte is the
+ * cell's value minus 128 (a signed byte), and padding cells count as 128.
+ * Entries b and b + 1 are adjacent: one 32-byte load holds all eight corners
+ * of a position. Only tables made while such a kernel is active have it.
  */
 struct Lut3DTable {
     Lut3DFileData* fileData;  // the parsed file; null for tables built in memory
@@ -60,6 +69,7 @@ struct Lut3DTable {
     uint64_t rowStride;       // 4 * (N + 1)
     uint64_t planeStride;     // 4 * (N + 1)^2
     uint8_t* indexTable;      // 64-byte aligned, 256 (index, fraction in 1/128) pairs
+    uint8_t* pairGrid;        // 64-byte aligned, or null when the active kernel reads the grid
     uint8_t uniform;          // 1 when the levels are evenly spaced from 0 to 1
 };
 

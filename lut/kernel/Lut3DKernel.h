@@ -48,6 +48,9 @@ struct Lut3DKernelOps {
     // one chroma row. Writes exactly count bytes of each output row.
     void (*rgbToYuv)(const Lut3DConstants* k, const uint8_t* rgb0, const uint8_t* rgb1,
                      uint8_t* y0, uint8_t* y1, uint8_t* uv, int isNV21, uint32_t count);
+    // The grid lookup reads the table's pair grid, which tables then carry
+    // whenever this variant is the active one.
+    bool usesPairGrid;
 };
 
 enum class Lut3DKernelVariant { Reference, SSE41, AVX2, AVX512, NEON };

@@ -240,4 +240,5 @@ void gridLookupAVX2(const Lut3DConstants* k, const Lut3DTable* table, uint8_t* r
 } // namespace
 
 extern const Lut3DKernelOps kLut3DKernelAVX2;
-const Lut3DKernelOps kLut3DKernelAVX2 = {"AVX2", yuvToRgbAVX2, gridLookupAVX2, rgbToYuvAVX2};
+const Lut3DKernelOps kLut3DKernelAVX2 = {"AVX2", yuvToRgbAVX2, gridLookupAVX2, rgbToYuvAVX2,
+                                         false};

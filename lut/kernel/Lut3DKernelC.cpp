@@ -92,4 +92,4 @@ void rgbToYuvC(const Lut3DConstants* k, const uint8_t* rgb0, const uint8_t* rgb1
 
 } // namespace
 
-const Lut3DKernelOps kLut3DKernelReference = {"C", yuvToRgbC, gridLookupC, rgbToYuvC};
+const Lut3DKernelOps kLut3DKernelReference = {"C", yuvToRgbC, gridLookupC, rgbToYuvC, false};

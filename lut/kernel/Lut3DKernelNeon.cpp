@@ -314,4 +314,5 @@ void rgbToYuvNeon(const Lut3DConstants* k, const uint8_t* rgb0, const uint8_t* r
 } // namespace
 
 extern const Lut3DKernelOps kLut3DKernelNeon;
-const Lut3DKernelOps kLut3DKernelNeon = {"NEON", yuvToRgbNeon, gridLookupNeon, rgbToYuvNeon};
+const Lut3DKernelOps kLut3DKernelNeon = {"NEON", yuvToRgbNeon, gridLookupNeon, rgbToYuvNeon,
+                                         false};

@@ -187,4 +187,5 @@ void gridLookupSSE41(const Lut3DConstants* k, const Lut3DTable* table, uint8_t* 
 } // namespace
 
 extern const Lut3DKernelOps kLut3DKernelSSE41;
-const Lut3DKernelOps kLut3DKernelSSE41 = {"SSE4.1", yuvToRgbX86, gridLookupSSE41, rgbToYuvX86};
+const Lut3DKernelOps kLut3DKernelSSE41 = {"SSE4.1", yuvToRgbX86, gridLookupSSE41, rgbToYuvX86,
+                                          false};

@@ -30,7 +30,9 @@ bool sameTable(const Lut3DTable* a, const Lut3DTable* b)
 {
     const uint32_t n = static_cast<uint32_t>(a->rowStride / 4 - 1);
     bool same = a->uniform == b->uniform && a->rowStride == b->rowStride
-        && a->planeStride == b->planeStride && std::memcmp(a->indexTable, b->indexTable, 512) == 0;
+        && a->planeStride == b->planeStride && std::memcmp(a->indexTable, b->indexTable, 512) == 0
+        && !a->pairGrid == !b->pairGrid
+        && (!a->pairGrid || std::memcmp(a->pairGrid, b->pairGrid, 16 * n * n * (n + 1)) == 0);
     for (uint32_t r = 0; r < n; ++r)
         for (uint32_t g = 0; g < n; ++g)
             for (uint32_t c = 0; c < n; ++c) {
