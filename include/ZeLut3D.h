@@ -98,6 +98,14 @@ ZE_EXPORT int32_t ZecLut3DRenderEffect(Lut3DEffect* effect, Lut3DTable* table, L
                                        uint32_t colourMatrix, int32_t range, uint32_t width,
                                        int32_t height, int32_t reserved);
 
+/* Picks the kernel variant the effect renders with, by name: "C" (the
+ * portable reference), "SSE4.1", "AVX2", "AVX-512" or "NEON". NULL or ""
+ * returns to the fastest one this CPU runs, which every effect starts with.
+ * All variants give identical bytes; choosing one is for measuring them.
+ * Returns 1, or 0 with nothing changed when effect is NULL or this CPU or
+ * build cannot run the named variant. Not while the effect renders. */
+ZE_EXPORT int32_t ZecLut3DSetEffectKernel(Lut3DEffect* effect, const char* name);
+
 /* Receives every message the library emits (refusals, misuse, system-call
  * failures), with the priority and tag the Android log gets: priority 6
  * error, 5 warning, 4 info, 2 debug; tag "tavren". Messages still go to the

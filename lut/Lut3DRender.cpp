@@ -102,7 +102,8 @@ int32_t Lut3DRender(Lut3DEffect* effect, Lut3DTable* table, Lut3DFrame* source,
     effect->reserved = reserved;
     Lut3DBuildConstants(effect->constants, table, colourMatrix, range);
 
-    Lut3DRenderJob job = makeJob(Lut3DKernelActive(), effect->constants, table, *source,
+    const Lut3DKernelOps* ops = effect->kernel ? effect->kernel : Lut3DKernelActive();
+    Lut3DRenderJob job = makeJob(ops, effect->constants, table, *source,
                                        *destination, pixelFormat, width,
                                        static_cast<uint32_t>(height));
     if (effect->pool)

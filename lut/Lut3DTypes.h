@@ -10,6 +10,7 @@
 #include "ZeLut3D.h"
 
 struct Lut3DFileData;
+struct Lut3DKernelOps;
 class WorkerPool;
 
 // Pixel formats accepted by the driver.
@@ -90,6 +91,7 @@ struct Lut3DEffect {
     uint32_t width;
     int32_t height;
     int32_t reserved;
+    const Lut3DKernelOps* kernel; // chosen by the host; null: the active variant
     WorkerPool* pool;          // null when rendering on the caller's thread
     uint32_t threadCount;      // workers in the pool, 0 without a pool
 };

@@ -119,8 +119,8 @@ Lut3DTable* tableFrom(Lut3DFileData* file, const char* entry)
         Lut3DFileDataDestroy(file);
         return nullptr;
     }
-    // The builder allocates the record, the grid and the index table in that
-    // order and frees what it got when one of them fails.
+    // The builder allocates the record, the grid, the index table and the
+    // pair grid in that order and frees what it got when one of them fails.
     Lut3DTable* table = Lut3DTableCreate(file->levels, file->levelCount, file->entries);
     if (!table) {
         Lut3DFileDataDestroy(file);
@@ -150,6 +150,21 @@ void ZecLut3DDestroyTable(Lut3DTable* table)
     Lut3DFileData* file = table->fileData;
     Lut3DTableDestroy(table);
     Lut3DFileDataDestroy(file);
+}
+
+int32_t ZecLut3DSetEffectKernel(Lut3DEffect* effect, const char* name)
+{
+    if (!effect)
+        return 0;
+    if (!name || !*name) {
+        effect->kernel = nullptr;
+        return 1;
+    }
+    const Lut3DKernelOps* ops = Lut3DKernelFind(name);
+    if (!ops)
+        return 0;
+    effect->kernel = ops;
+    return 1;
 }
 
 void ZecLut3DSetMessageCallback(ZecLut3DMessageCallback callback)

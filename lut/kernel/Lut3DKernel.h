@@ -71,6 +71,10 @@ const Lut3DKernelOps* Lut3DKernelActive();
 // benchmarks use this to compare variants.
 const Lut3DKernelOps* Lut3DKernelGet(Lut3DKernelVariant variant);
 
+// The variant of that name ("C", "SSE4.1", "AVX2", "AVX-512", "NEON"), or
+// null when there is none or this CPU or build cannot run it.
+const Lut3DKernelOps* Lut3DKernelFind(const char* name);
+
 extern const Lut3DKernelOps kLut3DKernelReference;
 
 // Fills the constants block from the colour matrix (0 BT.601, other BT.709),

@@ -7,6 +7,7 @@
  */
 #include "lut/kernel/Lut3DKernel.h"
 
+#include <cstring>
 #include <initializer_list>
 
 // Defined only in builds for their architecture (see lut/CMakeLists.txt).
@@ -62,6 +63,18 @@ const Lut3DKernelOps* Lut3DKernelGet(Lut3DKernelVariant variant)
     default:
         return nullptr;
     }
+}
+
+const Lut3DKernelOps* Lut3DKernelFind(const char* name)
+{
+    for (Lut3DKernelVariant v :
+         {Lut3DKernelVariant::Reference, Lut3DKernelVariant::SSE41, Lut3DKernelVariant::AVX2,
+          Lut3DKernelVariant::AVX512, Lut3DKernelVariant::NEON}) {
+        const Lut3DKernelOps* ops = Lut3DKernelGet(v);
+        if (ops && name && std::strcmp(ops->name, name) == 0)
+            return ops;
+    }
+    return nullptr;
 }
 
 const Lut3DKernelOps* Lut3DKernelActive()

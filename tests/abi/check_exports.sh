@@ -7,7 +7,8 @@ nm_tool=$1 filt=$2 lib=$3
 symbols=$("$nm_tool" -D --defined-only "$lib" | awk '{ $1=""; $2=""; sub(/^  /, ""); print }' | "$filt")
 status=0
 for f in ZecLut3DLoadTableFromFile ZecLut3DDestroyTable ZecLut3DCreateEffect ZecLut3DDestroyEffect \
-         ZecLut3DRenderEffect ZecLut3DSetMessageCallback ZecLut3DLoadTableFromMemory; do
+         ZecLut3DRenderEffect ZecLut3DSetMessageCallback ZecLut3DLoadTableFromMemory \
+         ZecLut3DSetEffectKernel; do
   grep -qx "$f" <<<"$symbols" || { echo "missing export: $f"; status=1; }
 done
 # Allowed: the C functions, the core classes (members, vtables, typeinfo,

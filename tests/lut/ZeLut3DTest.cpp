@@ -7,6 +7,7 @@
 #include "CZeDebugLog.h"
 #include "ZeLut3D.h"
 #include "lut/Lut3DTableBuilder.h"
+#include "lut/kernel/Lut3DKernel.h"
 #include "support/MessageCapture.h"
 #include "support/TestFrames.h"
 
@@ -15,7 +16,11 @@ namespace {
 const char kFormatMessage[] = "We only support NV12 and NV21 pixel format right now!";
 
 struct Fixture {
-    Fixture() : rng(5), frame(16, 4), table(nullptr), effect(ZecLut3DCreateEffect(1))
+    Fixture()
+        : rng(5)
+        , frame(16, 4)
+        , table(nullptr)
+        , effect(ZecLut3DCreateEffect(1))
     {
         table = Lut3DTableCreate(uniformLevels(5).data(), 5, randomEntries(5, rng).data());
         frame.fillRandom(1);
@@ -59,9 +64,10 @@ TEST(ZeLut3DApi, PixelFormatTwoOrMoreIsRefusedWithError)
     MessageCapture capture;
     Fixture f;
     const auto before = f.frame.pixels();
-    for (uint32_t format : {2u, 3u, 0xFFFFFFFFu}) {
+    for (uint32_t format : { 2u, 3u, 0xFFFFFFFFu }) {
         capture.clear();
-        EXPECT_EQ(ZecLut3DRenderEffect(f.effect, f.table, &f.desc, &f.desc, format, 0, 0, 16, 4, 0), 0);
+        EXPECT_EQ(
+            ZecLut3DRenderEffect(f.effect, f.table, &f.desc, &f.desc, format, 0, 0, 16, 4, 0), 0);
         const auto m = capture.messages();
         ASSERT_EQ(m.size(), 1u);
         EXPECT_EQ(m[0].priority, 6);
@@ -92,6 +98,23 @@ TEST(ZeLut3DApi, RenderRecordsArgumentsAndSucceeds)
     Lut3DFrame od = one.descriptor();
     EXPECT_EQ(ZecLut3DRenderEffect(f.effect, f.table, &od, &od, 0, 0, 0, 1, 1, 0), 1);
     EXPECT_TRUE(one.paddingIntact());
+}
+
+// A host may pin an effect to any variant this CPU runs; each renders the
+// reference's bytes, and an unknown or unrunnable name changes nothing.
+TEST(ZeLut3DApi, EffectKernelChoiceKeepsTheBytes)
+{
+    Fixture f;
+    const std::vector<uint8_t> expected = referenceRender(f.frame, f.table, 1, 1, 0);
+    for (const char* name :
+        { "C", "SSE4.1", "AVX2", "AVX-512", "NEON", "", "avx2", (const char*)nullptr }) {
+        const bool runnable = !name || !*name || Lut3DKernelFind(name);
+        EXPECT_EQ(ZecLut3DSetEffectKernel(f.effect, name), runnable ? 1 : 0)
+            << (name ? name : "null");
+        EXPECT_EQ(effectRender(f.effect, f.frame, f.table, 1, 1, 0), expected)
+            << (name ? name : "null");
+    }
+    EXPECT_EQ(ZecLut3DSetEffectKernel(nullptr, "C"), 0);
 }
 
 } // namespace

@@ -381,7 +381,7 @@ TEST(ZelutCommand, DemoAndBenchRunWithoutInput)
         = runZelut({ "bench", "--size", "64x32", "--frames", "3", "--threads", "1" });
     ASSERT_EQ(bench.status, 0) << bench.err;
     EXPECT_NE(bench.out.find("  3 frames in "), std::string::npos) << bench.out;
-    for (const char* unit : { " ms/frame", " frames/s", " ns/pixel" })
+    for (const char* unit : { " ms/frame", " frames/s", " ns/pixel", "\n  C     ", "   1.0x" })
         EXPECT_NE(bench.out.find(unit), std::string::npos) << bench.out;
 }
 
