@@ -180,15 +180,19 @@ struct CellPair {
     uint8x16_t d0, d1;
 };
 
-LUT3D_KERNEL_INLINE uint32x2_t loadCells(const uint8_t* cell)
+// The 8 bytes at a in the low half and those at b in the high half: a plain
+// load and a lane load, with no separate insert.
+LUT3D_KERNEL_INLINE uint32x4_t loadCells(const uint8_t* a, const uint8_t* b)
 {
-    return vld1_u32(reinterpret_cast<const uint32_t*>(cell));
+    const uint64x2_t low =
+        vcombine_u64(vld1_u64(reinterpret_cast<const uint64_t*>(a)), vdup_n_u64(0));
+    return vreinterpretq_u32_u64(vld1q_lane_u64(reinterpret_cast<const uint64_t*>(b), low, 1));
 }
 
 LUT3D_KERNEL_INLINE CellPair loadPair(const uint8_t* const (&cell)[4], uint32_t at)
 {
-    const uint32x4_t p01 = vcombine_u32(loadCells(cell[0] + at), loadCells(cell[1] + at));
-    const uint32x4_t p23 = vcombine_u32(loadCells(cell[2] + at), loadCells(cell[3] + at));
+    const uint32x4_t p01 = loadCells(cell[0] + at, cell[1] + at);
+    const uint32x4_t p23 = loadCells(cell[2] + at, cell[3] + at);
     return {vreinterpretq_u8_u32(vuzp1q_u32(p01, p23)), vreinterpretq_u8_u32(vuzp2q_u32(p01, p23))};
 }
 
