@@ -86,8 +86,7 @@ TEST(CZeFileInfo, FilesFoldersLinksFailuresAndPermissions)
         EXPECT_EQ(info.isWritable(), c.writable) << std::oct << c.mode;
     }
     EXPECT_FALSE(CZeFileInfo(name(dir.file("missing"))).isWritable());
-    // Another owner and group: the bits for others apply (only root can hand
-    // a file over).
+    // Another owner and group (only root can hand a file over): others' bits.
     if (::chown(path.c_str(), 54321, 54321) != 0)
         return;
     ASSERT_EQ(::chmod(path.c_str(), 0662), 0);

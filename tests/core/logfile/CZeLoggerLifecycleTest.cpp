@@ -53,8 +53,7 @@ template <typename Child> bool exitsCleanly(Child child)
 
 const time_t kDay = localTime("2032-06-01 12:00:00");
 
-// In a child: queues the line and waits until the writer has handled
-// `handled` lines in all.
+// In a child: queues the line, waits until `handled` lines were handled.
 void writeHandled(const char* line, uint64_t handled)
 {
     CZeLogger::WriteMessage(line);

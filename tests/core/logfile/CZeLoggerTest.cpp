@@ -64,8 +64,7 @@ TEST_F(CZeLoggerTest, LinesGoInQueueOrderToTheFileOfTheirDay)
         logFileOf(dir.path(), when), dir.path() + "/corvidsdk/log/corvidsdklog(2031-01-10).log");
     EXPECT_EQ(fileOnceItHolds(when, 4), firstDay);
 
-    // The next day's lines go to a new file, opened after the writer's date
-    // check has closed the first.
+    // The next day's file opens once the writer's date check closed the first.
     const uint64_t closed = ZeLoggerCountersNow().filesClosed;
     const time_t nextDay = FakeClocks::wall = localTime("2031-01-11 00:00:05");
     ASSERT_TRUE(waitUntil([closed] { return ZeLoggerCountersNow().filesClosed > closed; }));

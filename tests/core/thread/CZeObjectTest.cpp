@@ -145,8 +145,7 @@ TEST(CZeObjectMove, OnlyTheObjectsThreadMayMoveItAndNullReceiversAreRefused)
     }).join();
     EXPECT_EQ(p.thread(), main);
 
-    // The posted event is deleted; notify counts as handled, as nobody is
-    // left to handle it.
+    // The posted event is deleted; notify counts as handled (nobody else can).
     int destroyed = 0;
     CZeObject::postEvent(nullptr, new CountedEvent(&destroyed, kTypeA));
     EXPECT_EQ(destroyed, 1);

@@ -33,6 +33,8 @@ TEST(CZeSignal, ManualResetReleasesEveryWaiterAutomaticOnePerSet)
                 [&](FunctionThread*) { ++(signal.wait(row.timeout) ? passed : refused); }));
             threads.back()->start();
         }
+        // Lets the waiters block first, so a set() that wakes too few shows.
+        CZeThread::msleep(50);
         for (int k = 1; k <= (row.manual ? 1 : kWaiters); ++k) {
             signal.set();
             const int through = row.manual ? kWaiters : k;
