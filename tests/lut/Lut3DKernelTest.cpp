@@ -195,24 +195,18 @@ TEST(Lut3DRender, OneLevelTableGivesEveryPixelItsCell)
         }
 }
 
-TEST(Lut3DRender, InPlaceAndBottomUpEqualOutOfPlace)
+// A bottom-up frame (negative strides) renders as the same image stored
+// top-down.
+TEST(Lut3DRender, BottomUpRendersTheSameImage)
 {
     std::mt19937 rng(31);
     TablePtr t = buildTable(uniformLevels(33), randomEntries(33, rng));
     EffectPtr e(ZecLut3DCreateEffect(1));
-    for (Shape s : {Shape{45, 9}, Shape{8, 2}, Shape{640, 35}}) {
-        TestFrame src(s.width, s.height, 3), out(s.width, s.height, 3), in(s.width, s.height, 3);
+    for (Shape s : { Shape { 45, 9 }, Shape { 8, 2 }, Shape { 640, 35 } }) {
+        TestFrame src(s.width, s.height, 3), out(s.width, s.height, 3);
         src.fillRandom(s.width);
-        in.luma = src.luma;
-        in.chroma = src.chroma;
-        TestFrame up(s.width, s.height, 3);
-        up.fillRandom(99);
-        Lut3DFrame sd = src.descriptor(), od = out.descriptor(), id = in.descriptor();
+        Lut3DFrame sd = src.descriptor(), od = out.descriptor();
         ASSERT_EQ(ZecLut3DRenderEffect(e.get(), t.get(), &sd, &od, 0, 0, 0, s.width, s.height, 0), 1);
-        ASSERT_EQ(ZecLut3DRenderEffect(e.get(), t.get(), &id, &id, 0, 0, 0, s.width, s.height, 0), 1);
-        EXPECT_EQ(in.pixels(), out.pixels());
-
-        // Bottom-up: the same image stored with its rows in reverse order.
         TestFrame flippedSrc(s.width, s.height, 3), flippedDst(s.width, s.height, 3);
         for (uint32_t y = 0; y < s.height; ++y)
             std::memcpy(flippedSrc.lumaRow(s.height - 1 - y), src.lumaRow(y), s.width);

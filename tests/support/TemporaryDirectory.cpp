@@ -27,11 +27,11 @@ TemporaryDirectory::~TemporaryDirectory()
         std::filesystem::remove_all(m_path, ignored);
 }
 
-std::vector<std::string> TemporaryDirectory::entries() const
+std::vector<std::string> namesIn(const std::string& folder)
 {
     std::vector<std::string> names;
     std::error_code ignored;
-    for (const auto& e : std::filesystem::directory_iterator(m_path, ignored))
+    for (const auto& e : std::filesystem::directory_iterator(folder, ignored))
         names.push_back(e.path().filename().string());
     std::sort(names.begin(), names.end());
     return names;

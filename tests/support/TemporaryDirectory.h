@@ -13,6 +13,9 @@
 #include <string>
 #include <vector>
 
+// Names in a folder, sorted, without "." and "..".
+std::vector<std::string> namesIn(const std::string& folder);
+
 class TemporaryDirectory {
 public:
     // Under `parent`, or under $TMPDIR (/tmp when unset) when it is empty.
@@ -24,8 +27,7 @@ public:
     bool isValid() const { return !m_path.empty(); }
     const std::string& path() const { return m_path; }
     std::string file(const std::string& name) const { return m_path + "/" + name; }
-    // Names in the folder, sorted, without "." and "..".
-    std::vector<std::string> entries() const;
+    std::vector<std::string> entries() const { return namesIn(m_path); }
 
 private:
     std::string m_path;

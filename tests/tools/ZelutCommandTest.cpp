@@ -86,11 +86,6 @@ TEST(ZelutCommand, ConvertRefusalsNameTheLineAndWriteNothing)
     writeFileText(in, "LUT_3D_SIZE 2\r\n0 0 0\r\n0 0 O.5\r\n");
     expectOneErrorLine(
         runZelut({ "convert", in, out }), 1, "zelut convert: " + in + ":3: 'O.5' is not a number");
-    writeFileText(in, "LUT_1D_SIZE 1024\n");
-    expectOneErrorLine(runZelut({ "convert", in, out }), 1,
-        "zelut convert: " + in
-            + ":1: one-dimensional tables (LUT_1D_SIZE) are not supported; only 3D "
-              "tables convert");
     expectOneErrorLine(runZelut({ "convert", dir.file("none.cube"), out }), 1,
         "zelut convert: " + dir.file("none.cube") + ": No such file or directory");
     EXPECT_FALSE(present(out));
