@@ -54,7 +54,7 @@ inline time_t localTime(const char* stamp)
 // Polls the condition; false when it still fails after `limit`. The limit
 // only keeps a broken writer from hanging the test.
 template <typename Condition>
-bool waitUntil(Condition condition, std::chrono::seconds limit = std::chrono::seconds(120))
+bool waitUntil(Condition condition, std::chrono::seconds limit = std::chrono::seconds(30))
 {
     const auto end = std::chrono::steady_clock::now() + limit;
     while (!condition()) {
