@@ -33,8 +33,7 @@ bool Lut3DBuildPairGrid(Lut3DTable* table, uint32_t n);
 Lut3DTable* Lut3DTableCreate(const float* levels, uint32_t n, const uint8_t* entries);
 
 // Frees the pair grid, the index table and the grid (pointers cleared) and
-// the record. The
-// file data, if any, belongs to the caller.
+// the record. The file data, if any, belongs to the caller.
 void Lut3DTableDestroy(Lut3DTable* table);
 
 #endif // LUT3DTABLEBUILDER_H
