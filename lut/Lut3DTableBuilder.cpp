@@ -122,7 +122,7 @@ Lut3DTable* Lut3DTableCreate(const float* levels, uint32_t n, const uint8_t* ent
     if (!table)
         return nullptr;
     if (!Lut3DBuildGrid(table, n, entries) || !Lut3DBuildIndexTable(table, levels, n)
-        || (Lut3DKernelActive()->usesPairGrid && !Lut3DBuildPairGrid(table, n))) {
+        || (Lut3DKernelPairGridNeeded() && !Lut3DBuildPairGrid(table, n))) {
         Lut3DTableDestroy(table);
         return nullptr;
     }

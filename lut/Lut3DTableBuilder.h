@@ -28,7 +28,7 @@ bool Lut3DBuildIndexTable(Lut3DTable* table, const float* levels, uint32_t n);
 bool Lut3DBuildPairGrid(Lut3DTable* table, uint32_t n);
 
 // A table built from levels and entries (no file data; the loader attaches
-// its own), with a pair grid when the active kernel reads one. n must be 1
+// its own), with a pair grid where a kernel reads one. n must be 1
 // to 65. Null when an allocation fails; nothing is leaked then.
 Lut3DTable* Lut3DTableCreate(const float* levels, uint32_t n, const uint8_t* entries);
 

@@ -62,7 +62,7 @@ static_assert(offsetof(Lut3DConstants, reserved) == 192, "layout");
  * (R at r, R at r + 1, G .., B ..) and two zero bytes. Every byte is the
  * cell's value minus 128 (a signed byte), and padding cells count as 128.
  * Entries b and b + 1 are adjacent: one 32-byte load holds all eight corners
- * of a position. Only tables made while such a kernel is active have it.
+ * of a position. Tables have it only on CPUs that can run such a kernel.
  */
 struct Lut3DTable {
     Lut3DFileData* fileData;  // the parsed file; null for tables built in memory
@@ -70,7 +70,7 @@ struct Lut3DTable {
     uint64_t rowStride;       // 4 * (N + 1)
     uint64_t planeStride;     // 4 * (N + 1)^2
     uint8_t* indexTable;      // 64-byte aligned, 256 (index, fraction in 1/128) pairs
-    uint8_t* pairGrid;        // 64-byte aligned, or null when the active kernel reads the grid
+    uint8_t* pairGrid;        // 64-byte aligned, or null where no kernel reads it
     uint8_t uniform;          // 1 when the levels are evenly spaced from 0 to 1
 };
 

@@ -48,8 +48,8 @@ struct Lut3DKernelOps {
     // one chroma row. Writes exactly count bytes of each output row.
     void (*rgbToYuv)(const Lut3DConstants* k, const uint8_t* rgb0, const uint8_t* rgb1,
                      uint8_t* y0, uint8_t* y1, uint8_t* uv, int isNV21, uint32_t count);
-    // The grid lookup reads the table's pair grid, which tables then carry
-    // whenever this variant is the active one.
+    // The grid lookup reads the table's pair grid, which every table carries
+    // on a CPU that can run such a variant.
     bool usesPairGrid;
 };
 
@@ -70,6 +70,10 @@ const Lut3DKernelOps* Lut3DKernelActive();
 // A named variant, or null when this CPU or build cannot run it. Tests and
 // benchmarks use this to compare variants.
 const Lut3DKernelOps* Lut3DKernelGet(Lut3DKernelVariant variant);
+
+// Whether a variant this CPU and build can run reads the pair grid, so that
+// tables must carry one (thread-safe; decided once).
+bool Lut3DKernelPairGridNeeded();
 
 // The variant of that name ("C", "SSE4.1", "AVX2", "AVX-512", "NEON"), or
 // null when there is none or this CPU or build cannot run it.

@@ -77,6 +77,21 @@ const Lut3DKernelOps* Lut3DKernelFind(const char* name)
     return nullptr;
 }
 
+bool Lut3DKernelPairGridNeeded()
+{
+    static const bool needed = [] {
+        for (Lut3DKernelVariant v :
+             {Lut3DKernelVariant::SSE41, Lut3DKernelVariant::AVX2, Lut3DKernelVariant::AVX512,
+              Lut3DKernelVariant::NEON}) {
+            const Lut3DKernelOps* ops = Lut3DKernelGet(v);
+            if (ops && ops->usesPairGrid)
+                return true;
+        }
+        return false;
+    }();
+    return needed;
+}
+
 const Lut3DKernelOps* Lut3DKernelActive()
 {
     static const Lut3DKernelOps* const active = [] {

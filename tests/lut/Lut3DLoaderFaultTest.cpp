@@ -133,7 +133,7 @@ TEST(Lut3DLoaderFaults, EachAllocationOfABuiltTableFailsCleanly)
     ASSERT_NE(table, nullptr);
     Lut3DTableDestroy(table);
     // Record, grid, index table, and the pair grid where the kernel reads one.
-    EXPECT_EQ(count, Lut3DKernelActive()->usesPairGrid ? 4u : 3u);
+    EXPECT_EQ(count, Lut3DKernelPairGridNeeded() ? 4u : 3u);
     for (unsigned long i = 0; i < count; ++i) {
         SCOPED_TRACE(i);
         {

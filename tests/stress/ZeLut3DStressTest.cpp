@@ -155,7 +155,7 @@ TEST(ZeLut3DStress, ColdStartFromManyThreadsAtOnce)
             TestFrame frame = sourceOf(job);
             Lut3DFrame d = job.bottomUp ? frame.descriptorBottomUp() : frame.descriptor();
             start.arriveAndWait();
-            // Loading builds what the picked kernel reads: the first use too.
+            // Loading sets up what the kernels read: a first use too.
             Lut3DTable* table = ZecLut3DLoadTableFromFile(shared.path.c_str());
             if (ZecLut3DRenderEffect(effects[size_t(t)], table, &d, &d, job.format, job.matrix,
                     job.range, job.width, int32_t(job.height), 0))
