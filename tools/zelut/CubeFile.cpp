@@ -6,20 +6,19 @@
 
 namespace {
 
-class CubeParser {
+class CubeParser : TextTableReader {
 public:
     CubeParser(const std::string& name, CubeTable& cube, std::string& error)
-        : m_name(name)
+        : TextTableReader(name, error)
         , m_cube(cube)
-        , m_error(error)
     {
     }
 
     bool parse(std::string_view text)
     {
         m_cube = CubeTable();
-        uint32_t lines = 0, tooLong = 0;
-        const bool read = forEachLine(
+        uint32_t lines = 0;
+        const bool read = readLines(
             text,
             [this](uint32_t line, std::string_view content) {
                 if (line == 1 && !looksLikeCube(content))
@@ -27,19 +26,11 @@ public:
                                        "keyword, a comment nor a table entry)");
                 return parseLine(line, content);
             },
-            lines, tooLong);
-        if (tooLong != 0)
-            return refuse(tooLong, "line longer than " + std::to_string(kTextLineMaxBytes) + " bytes");
+            lines);
         return read && finish(lines);
     }
 
 private:
-    bool refuseWhole(const std::string& reason)
-    {
-        m_error = m_name + ": " + reason;
-        return false;
-    }
-
     // A text file of keywords, comments and numbers starts like one.
     static bool looksLikeCube(std::string_view first)
     {
@@ -52,12 +43,6 @@ private:
         const std::vector<std::string_view> tokens = splitTokens(t);
         double number;
         return isKeyword(tokens[0]) || parseNumber(tokens[0], number);
-    }
-
-    bool refuse(uint32_t line, const std::string& reason)
-    {
-        m_error = m_name + ":" + std::to_string(line) + ": " + reason;
-        return false;
     }
 
     bool refuseOneDimensional()
@@ -197,8 +182,7 @@ private:
         if (m_cube.size == 0 && m_cube.shaperSize != 0)
             return refuseOneDimensional();
         if (m_cube.size == 0) {
-            m_error = m_name + ": no LUT_3D_SIZE line; not a 3D .cube table";
-            return false;
+            return refuseWhole("no LUT_3D_SIZE line; not a 3D .cube table");
         }
         const size_t expected = static_cast<size_t>(m_cube.size) * m_cube.size * m_cube.size;
         if (m_cube.values.size() != 3 * expected)
@@ -209,9 +193,7 @@ private:
         return true;
     }
 
-    const std::string& m_name;
     CubeTable& m_cube;
-    std::string& m_error;
     bool m_domainSet = false, m_inputRangeSet = false;
 };
 

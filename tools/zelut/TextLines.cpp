@@ -99,3 +99,25 @@ bool forEachLine(std::string_view text,
     }
     return true;
 }
+
+bool TextTableReader::refuse(uint32_t line, const std::string& reason)
+{
+    m_error = m_name + ":" + std::to_string(line) + ": " + reason;
+    return false;
+}
+
+bool TextTableReader::refuseWhole(const std::string& reason)
+{
+    m_error = m_name + ": " + reason;
+    return false;
+}
+
+bool TextTableReader::readLines(std::string_view text,
+    const std::function<bool(uint32_t, std::string_view)>& handle, uint32_t& lines)
+{
+    uint32_t tooLong = 0;
+    const bool read = forEachLine(text, handle, lines, tooLong);
+    if (tooLong != 0)
+        return refuse(tooLong, "line longer than " + std::to_string(kTextLineMaxBytes) + " bytes");
+    return read;
+}

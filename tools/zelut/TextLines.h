@@ -43,4 +43,25 @@ bool forEachLine(std::string_view text,
     const std::function<bool(uint32_t, std::string_view)>& handle, uint32_t& lines,
     uint32_t& tooLongLine);
 
+// What the text table readers share: their refusals, "NAME:LINE: reason" or
+// "NAME: reason" in the caller's error text, and the walk over the lines with
+// the line-length refusal.
+class TextTableReader {
+protected:
+    TextTableReader(const std::string& name, std::string& error)
+        : m_name(name)
+        , m_error(error)
+    {
+    }
+
+    bool refuse(uint32_t line, const std::string& reason);
+    bool refuseWhole(const std::string& reason);
+    // forEachLine, with an over-long line refused; lines counts the lines.
+    bool readLines(std::string_view text,
+        const std::function<bool(uint32_t, std::string_view)>& handle, uint32_t& lines);
+
+    const std::string& m_name;
+    std::string& m_error;
+};
+
 #endif

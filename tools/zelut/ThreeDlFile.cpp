@@ -16,34 +16,25 @@ uint32_t scaleFor(double value, int from, bool even)
     return 0;
 }
 
-class ThreeDlParser {
+class ThreeDlParser : TextTableReader {
 public:
     ThreeDlParser(const std::string& name, LutTable& lut, std::string& error)
-        : m_name(name)
+        : TextTableReader(name, error)
         , m_lut(lut)
-        , m_error(error)
     {
     }
 
     bool parse(std::string_view text)
     {
         m_lut = LutTable();
-        uint32_t lines = 0, tooLong = 0;
-        const bool read = forEachLine(
+        uint32_t lines = 0;
+        const bool read = readLines(
             text, [this](uint32_t line, std::string_view content) { return parseLine(line, content); },
-            lines, tooLong);
-        if (tooLong != 0)
-            return refuse(tooLong, "line longer than " + std::to_string(kTextLineMaxBytes) + " bytes");
+            lines);
         return read && finish(lines);
     }
 
 private:
-    bool refuse(uint32_t line, const std::string& reason)
-    {
-        m_error = m_name + ":" + std::to_string(line) + ": " + reason;
-        return false;
-    }
-
     // Whole numbers from 0 to 65535.
     bool integers(uint32_t line, const std::vector<std::string_view>& tokens, double* out)
     {
@@ -126,8 +117,7 @@ private:
     bool finish(uint32_t lastLine)
     {
         if (m_lut.n == 0) {
-            m_error = m_name + ": no mesh line; not a .3dl table";
-            return false;
+            return refuseWhole("no mesh line; not a .3dl table");
         }
         const size_t expected = size_t{ m_lut.n } * m_lut.n * m_lut.n;
         if (m_outputs.size() != 3 * expected)
@@ -148,9 +138,7 @@ private:
         return true;
     }
 
-    const std::string& m_name;
     LutTable& m_lut;
-    std::string& m_error;
     uint32_t m_inputScale = 0, m_outputScale = 0, m_meshLine = 0;
     std::vector<double> m_outputs;
 };
