@@ -8,7 +8,6 @@
 #include "lut/kernel/Lut3DKernel.h"
 
 #include <cstring>
-#include <initializer_list>
 
 // Defined only in builds for their architecture (see lut/CMakeLists.txt).
 extern const Lut3DKernelOps kLut3DKernelSSE41;
@@ -65,11 +64,18 @@ const Lut3DKernelOps* Lut3DKernelGet(Lut3DKernelVariant variant)
     }
 }
 
+namespace {
+
+// Every variant, the reference first, then in order of preference.
+constexpr Lut3DKernelVariant kVariants[] = {Lut3DKernelVariant::Reference,
+                                            Lut3DKernelVariant::SSE41, Lut3DKernelVariant::AVX2,
+                                            Lut3DKernelVariant::AVX512, Lut3DKernelVariant::NEON};
+
+} // namespace
+
 const Lut3DKernelOps* Lut3DKernelFind(const char* name)
 {
-    for (Lut3DKernelVariant v :
-         {Lut3DKernelVariant::Reference, Lut3DKernelVariant::SSE41, Lut3DKernelVariant::AVX2,
-          Lut3DKernelVariant::AVX512, Lut3DKernelVariant::NEON}) {
+    for (Lut3DKernelVariant v : kVariants) {
         const Lut3DKernelOps* ops = Lut3DKernelGet(v);
         if (ops && name && std::strcmp(ops->name, name) == 0)
             return ops;
@@ -80,9 +86,7 @@ const Lut3DKernelOps* Lut3DKernelFind(const char* name)
 bool Lut3DKernelPairGridNeeded()
 {
     static const bool needed = [] {
-        for (Lut3DKernelVariant v :
-             {Lut3DKernelVariant::SSE41, Lut3DKernelVariant::AVX2, Lut3DKernelVariant::AVX512,
-              Lut3DKernelVariant::NEON}) {
+        for (Lut3DKernelVariant v : kVariants) {
             const Lut3DKernelOps* ops = Lut3DKernelGet(v);
             if (ops && ops->usesPairGrid)
                 return true;
@@ -94,14 +98,12 @@ bool Lut3DKernelPairGridNeeded()
 
 const Lut3DKernelOps* Lut3DKernelActive()
 {
+    // The last variant this CPU runs; the reference always does.
     static const Lut3DKernelOps* const active = [] {
-        const Lut3DKernelOps* best = &kLut3DKernelReference;
-        for (Lut3DKernelVariant v :
-             {Lut3DKernelVariant::SSE41, Lut3DKernelVariant::AVX2, Lut3DKernelVariant::AVX512,
-              Lut3DKernelVariant::NEON}) {
+        const Lut3DKernelOps* best = nullptr;
+        for (Lut3DKernelVariant v : kVariants)
             if (const Lut3DKernelOps* ops = Lut3DKernelGet(v))
                 best = ops;
-        }
         return best;
     }();
     return active;
